@@ -1,0 +1,24 @@
+#include "app/json_get.h"
+
+namespace tavio {
+
+const char* jget_string(const json_t* object, const char* key, const char* def) {
+  const json_t* value = object == nullptr ? nullptr : json_object_get(object, key);
+  return json_is_string(value) ? json_string_value(value) : def;
+}
+
+std::int32_t jget_int(const json_t* object, const char* key, std::int32_t def) {
+  const json_t* value = object == nullptr ? nullptr : json_object_get(object, key);
+  if (value == nullptr) {
+    return def;
+  }
+  // The router's integers are 32 bits wide: keep the low 32 bits of the JSON integer.
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(json_integer_value(value)));
+}
+
+double jget_real(const json_t* object, const char* key, double def) {
+  const json_t* value = object == nullptr ? nullptr : json_object_get(object, key);
+  return value == nullptr ? def : json_real_value(value);
+}
+
+}  // namespace tavio

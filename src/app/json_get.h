@@ -1,0 +1,20 @@
+// Reading named members of request and reply documents, with defaults. None of them fails.
+#ifndef TAVIO_APP_JSON_GET_H
+#define TAVIO_APP_JSON_GET_H
+
+#include <jansson.h>
+
+#include <cstdint>
+
+namespace tavio {
+
+/// The text of object[key] when it is a JSON string, else def. Borrowed from the document.
+[[nodiscard]] const char* jget_string(const json_t* object, const char* key, const char* def);
+/// object[key] as an integer cut to its low 32 bits; def when missing; 0 for a non-integer.
+[[nodiscard]] std::int32_t jget_int(const json_t* object, const char* key, std::int32_t def);
+/// object[key] as a real; def when missing; 0.0 for a non-real (an integer too).
+[[nodiscard]] double jget_real(const json_t* object, const char* key, double def);
+
+}  // namespace tavio
+
+#endif

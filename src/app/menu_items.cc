@@ -1,0 +1,90 @@
+#include "app/menu_items.h"
+
+#include <algorithm>
+#include <string>
+
+#include "layout/panel_text.h"
+#include "platform/text_buffer.h"
+
+namespace tavio {
+namespace {
+
+// A separator line never outgrows its 128-byte buffer.
+constexpr std::size_t kSeparatorCapacity = 128;
+
+bool is_empty(const char* text) { return text == nullptr || text[0] == '\0'; }
+
+}  // namespace
+
+JsonPtr menu_item_separator(std::int32_t count) {
+  const std::size_t dashes =
+      count <= 0 ? 0 : std::min<std::size_t>(static_cast<std::size_t>(count), kSeparatorCapacity - 1);
+  const std::string line(dashes, '-');
+  return json_own(json_pack("{ss}", "t", line.c_str()));
+}
+
+JsonPtr menu_item_text(const char* id, const char* title, const char* text,
+                       const PanelLayout& layout) {
+  if (is_empty(title) || is_empty(text)) {
+    return nullptr;
+  }
+  const std::string kept = cut_text(text, kTextCapacity);
+  const std::optional<std::string> laid_out = layout_finish(layout, kept, kTextCapacity);
+  if (!laid_out) {
+    return nullptr;
+  }
+  JsonPtr item = json_own(json_pack("{ss,s{ss}}", "t", title, "c", "st", laid_out->c_str()));
+  if (item && id != nullptr) {
+    json_object_set_new_nocheck(item.get(), "id", json_string(id));
+  }
+  return item;
+}
+
+JsonPtr menu_item_text_raw(const char* id, const char* title, const char* text) {
+  if (is_empty(title) || is_empty(text)) {
+    return nullptr;
+  }
+  JsonPtr item = json_own(json_pack("{ss,s{ss}}", "t", title, "c", "st", text));
+  if (item && id != nullptr) {
+    json_object_set_new_nocheck(item.get(), "id", json_string(id));
+  }
+  return item;
+}
+
+JsonPtr menu_item_entry(const char* id, const char* title, const char* query_type,
+                        const char* access, const char* key, std::int32_t ttl, const char* hint,
+                        JsonPtr selection) {
+  if (is_empty(id) || is_empty(title) || is_empty(query_type) || is_empty(access) ||
+      is_empty(key)) {
+    return nullptr;
+  }
+  JsonPtr content = json_own(json_pack("{ss,ss,ss}", "qt", query_type, "a", access, "k", key));
+  if (!content) {
+    return nullptr;
+  }
+  // Only readable entries are polled, so only "r" and "rw" carry a refresh period.
+  const bool polled = access[0] == 'r' && (access[1] == '\0' || (access[1] == 'w' && access[2] == '\0'));
+  if (polled) {
+    json_object_set_new_nocheck(content.get(), "ttl", json_integer(ttl));
+  }
+  if (!is_empty(hint)) {
+    json_object_set_new_nocheck(content.get(), "ht", json_string(hint));
+  }
+  if (selection) {
+    json_object_set_new_nocheck(content.get(), "select", selection.release());
+  }
+  return json_own(json_pack("{ss,ss,so}", "id", id, "t", title, "c", content.release()));
+}
+
+JsonPtr menu_item_custom_content(const char* text, const PanelLayout& layout) {
+  JsonPtr menu = json_own(json_array());
+  const std::string wrapped =
+      cut_text(layout_wrap(text == nullptr ? "" : text, layout.chars_per_line), kLongTextCapacity);
+  json_t* item = json_pack("{ss,ss}", "id", "custom_menu_content", "st", wrapped.c_str());
+  if (menu && item != nullptr) {
+    json_array_append_new(menu.get(), item);
+  }
+  return menu;
+}
+
+}  // namespace tavio

@@ -1,0 +1,29 @@
+// The command line the display process starts tavio with, and the four run modes.
+#ifndef TAVIO_APP_OPTIONS_H
+#define TAVIO_APP_OPTIONS_H
+
+#include <string>
+
+namespace tavio {
+
+/// What the command line asked for; texts already cut to their buffer sizes.
+struct Options {
+  std::string text;         ///< -t: free text for the custom menu (255 characters)
+  std::string output_path;  ///< -o: response file (255 characters)
+  std::string input_path;   ///< -i: request file (255 characters)
+  std::string serial;       ///< -s: panel serial (15 characters)
+  int panel_type = 0;       ///< -x: 0 External, 1 Power
+  bool keycode = false;     ///< -K: the panel signs in with a passcode
+  bool dump = false;        ///< -d was given (parsing stopped there)
+};
+
+/// Parses argv the way the display process writes it; never fails.
+[[nodiscard]] Options parse_options(int argc, char** argv);
+/// Prints the usage text.
+void print_usage();
+/// Runs one exchange as the command line says; the program's exit status (always 0).
+int run_tavio(int argc, char** argv);
+
+}  // namespace tavio
+
+#endif

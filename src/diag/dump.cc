@@ -1,0 +1,8 @@
+#include "diag/dump.h"
+
+namespace tavio {
+
+// The service view has nothing to print yet.
+void run_dump_mode(int /*panel_type*/) {}
+
+}  // namespace tavio

@@ -1,0 +1,16 @@
+// Value reads: the current text of each display item the panel names.
+#ifndef TAVIO_HANDLERS_VALUE_READ_H
+#define TAVIO_HANDLERS_VALUE_READ_H
+
+#include <jansson.h>
+
+#include "tavio/json_ref.h"
+
+namespace tavio {
+
+/// {"type": "valueRead", "resp": {"list": [...]}} for the request body req, or null.
+[[nodiscard]] JsonPtr handle_value_read(const json_t* req, const char* serial, int theme_mode);
+
+}  // namespace tavio
+
+#endif

@@ -1,0 +1,107 @@
+#include "layout/panel_text.h"
+
+#include <algorithm>
+
+#include "platform/text_buffer.h"
+
+namespace tavio {
+
+std::string layout_pad_left(std::string_view text, int width) {
+  if (width == 0) {
+    return std::string();
+  }
+  if (width < 0 || text.size() >= static_cast<std::size_t>(width)) {
+    return std::string(text);
+  }
+  std::string out(static_cast<std::size_t>(width) - text.size(), ' ');
+  out.append(text);
+  return out;
+}
+
+std::string layout_spaces(int count) {
+  return count < 1 ? std::string() : std::string(static_cast<std::size_t>(count), ' ');
+}
+
+std::string layout_wrap(std::string_view text, int width) {
+  if (width == 0) {
+    return std::string();
+  }
+  // The width is compared as an unsigned number, as the firmware does.
+  const auto line = static_cast<std::size_t>(static_cast<unsigned int>(width));
+  if (text.size() <= line) {
+    return std::string(text);
+  }
+  std::string out;
+  out.reserve(text.size() + text.size() / line);
+  for (std::size_t n = 1; n <= text.size(); ++n) {
+    out.push_back(text[n - 1]);
+    if (n != text.size() && n % line == 0) {
+      out.push_back('\n');
+    }
+  }
+  return out;
+}
+
+std::string layout_wrap_value(std::string_view text, int width) {
+  if (width == 0) {
+    return std::string();
+  }
+  if (text.size() == static_cast<std::size_t>(static_cast<unsigned int>(width))) {
+    return std::string(text);
+  }
+  if (width > 0 && text.size() < static_cast<std::size_t>(width)) {
+    return layout_pad_left(text, width);
+  }
+  return layout_wrap(text, width);
+}
+
+std::string layout_label_value(std::string_view label, std::string_view value,
+                               const PanelLayout& layout) {
+  const int width = layout.chars_per_line;
+  if (width == 0) {
+    return std::string();
+  }
+  const long long total = static_cast<long long>(label.size() + value.size());
+  std::string out;
+  if (total == width) {
+    // A pair that would fill the line exactly is split over two lines on purpose.
+    out = layout_wrap(label, width);
+    out += '\n';
+    out += layout_wrap_value(value, width);
+  } else if (total < width) {
+    out.assign(label);
+    if (layout.theme_mode == kThemeAlternative) {
+      out += ' ';
+    } else {
+      out += layout_spaces(static_cast<int>(width - total));
+    }
+    out.append(value);
+  } else {
+    out = layout_wrap(label, width);
+    out += '\n';
+    out += layout_wrap_value(value, width);
+  }
+  return out;
+}
+
+std::optional<std::string> layout_finish(const PanelLayout& layout,
+                                         std::optional<std::string_view> text,
+                                         std::size_t capacity) {
+  if (!text) {
+    return std::nullopt;
+  }
+  if (layout.theme_mode != kThemeAlternative) {
+    return std::string(*text);
+  }
+  const std::string_view counted = text->substr(0, capacity);
+  const long long lines = 1 + std::count(counted.begin(), counted.end(), '\n');
+  if (lines >= layout.lines) {
+    return std::string(*text);
+  }
+  TextBuffer pushed(capacity + 1);
+  pushed.append("\n");
+  pushed.append(*text);
+  return pushed.str();
+}
+
+}  // namespace tavio

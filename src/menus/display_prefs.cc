@@ -1,0 +1,124 @@
+#include "menus/display_prefs.h"
+
+#include <cstdio>
+#include <string>
+
+#include "app/json_get.h"
+#include "platform/os.h"
+#include "platform/router_support.h"
+#include "platform/text_buffer.h"
+#include "tavio/panel_layout.h"
+
+namespace tavio {
+namespace {
+
+const char* const kTargetFontSizeFile = "/etc/ac/mmi_target_font_size";
+constexpr int kDefaultTargetFontSize = 2;
+
+std::string theme_file(const char* serial) {
+  return format_text(kPathCapacity, "/var/run/dorva/tavio/mmi_theme_settings_%s.json",
+                     serial == nullptr ? "" : serial);
+}
+
+std::string font_file(const char* serial) {
+  return format_text(kPathCapacity, "/var/run/dorva/tavio/mmi_font_settings_%s.json",
+                     serial == nullptr ? "" : serial);
+}
+
+}  // namespace
+
+int load_theme_mode(const char* serial) {
+  const TaglistPtr settings = load_taglist(theme_file(serial).c_str());
+  if (!settings) {
+    return kThemeDefault;
+  }
+  const std::string theme = get_taglist_default_ex(settings.get(), "", "SUPPORT_THEME");
+  return theme == "google" ? kThemeAlternative : kThemeDefault;
+}
+
+int value_read_theme_mode(const char* serial, int mode) {
+  return load_theme_mode(serial) == mode ? mode : kThemeDefault;
+}
+
+int save_theme_setting(const char* serial, const char* theme) {
+  // The theme is stored only where the panel's theme file already exists.
+  const TaglistPtr settings = load_taglist(theme_file(serial).c_str());
+  if (settings) {
+    update_taglist_ex(settings.get(), "SUPPORT_THEME", theme == nullptr ? "" : theme);
+    save_taglist_ex(settings.get(), 1);
+  }
+  return 1;
+}
+
+int target_font_size() {
+  const FilePtr file = open_file(HostPath::system(kTargetFontSizeFile), "r");
+  int size = kDefaultTargetFontSize;
+  if (file && std::fscanf(file.get(), "%d", &size) != 1) {
+    size = kDefaultTargetFontSize;
+  }
+  return size;
+}
+
+int match_font_settings(const json_t* font_table, const char* serial, std::int32_t font_size,
+                        std::int32_t* chars_per_line, std::int32_t* lines) {
+  if (!json_is_array(font_table) || json_array_size(font_table) == 0) {
+    return 0;
+  }
+  std::int32_t found_lines = 0;
+  std::int32_t found_chars = 0;
+  bool found = false;
+  for (std::size_t i = 0; i < json_array_size(font_table) && !found; ++i) {
+    const json_t* font = json_array_get(font_table, i);
+    const std::int32_t size = jget_int(font, "sz", 0);
+    const std::int32_t ln = jget_int(font, "ln", 0);
+    const std::int32_t ch = jget_int(font, "ch", 0);
+    if (size != 0 && ln != 0 && ch != 0 && size == font_size) {
+      found_lines = ln;
+      found_chars = ch;
+      found = true;
+    }
+  }
+  if (!found) {
+    return 0;
+  }
+  const JsonPtr saved =
+      json_own(json_pack("{si,si,si}", "sz", font_size, "ln", found_lines, "ch", found_chars));
+  const HostPath path = HostPath::system(font_file(serial));
+  remove_file(path);
+  if (!saved || !dump_json_file(saved.get(), path, 0)) {
+    return 0;
+  }
+  if (chars_per_line != nullptr) {
+    *chars_per_line = found_chars;
+  }
+  if (lines != nullptr) {
+    *lines = found_lines;
+  }
+  return 1;
+}
+
+int load_font_settings(const char* serial, std::int32_t* lines, std::int32_t* size,
+                       std::int32_t* chars_per_line) {
+  const JsonPtr saved = load_json_file(HostPath::system(font_file(serial)));
+  if (!saved) {
+    *size = 1;
+    *lines = 4;
+    *chars_per_line = 21;
+    return 1;
+  }
+  const std::int32_t sz = jget_int(saved.get(), "sz", 0);
+  const std::int32_t ln = jget_int(saved.get(), "ln", 0);
+  const std::int32_t ch = jget_int(saved.get(), "ch", 0);
+  if (sz != 0 && ln != 0 && ch != 0) {
+    *size = sz;
+    *lines = ln;
+    *chars_per_line = ch;
+  }
+  return 1;
+}
+
+JsonPtr keyset_input_spec() {
+  return json_own(json_pack("[{ss,s[s]}]", "tp", "ks", "cl", "0123456789ABCDEF"));
+}
+
+}  // namespace tavio

@@ -1,0 +1,68 @@
+// The one door to the operating system: files, shell commands, the process id.
+//
+// Off the router the router's absolute paths live under the TAVIO_ROOT prefix. The prefix is
+// put in front here and only here, after the caller formed the router's own path with its own
+// buffer size, so the prefix never changes what the router's path is.
+#ifndef TAVIO_PLATFORM_OS_H
+#define TAVIO_PLATFORM_OS_H
+
+#include <jansson.h>
+
+#include <cstdio>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tavio/json_ref.h"
+
+namespace tavio {
+
+/// A path as the operating system sees it.
+class HostPath {
+ public:
+  /// One of the router's own absolute paths: the root prefix goes in front.
+  static HostPath system(std::string_view router_path);
+  /// A path given on the command line (request and response files): used as it is.
+  static HostPath as_given(std::string_view path);
+
+  [[nodiscard]] const char* c_str() const { return full_.c_str(); }
+  [[nodiscard]] const std::string& str() const { return full_; }
+
+ private:
+  explicit HostPath(std::string full) : full_(std::move(full)) {}
+  std::string full_;
+};
+
+/// Checks TAVIO_ROOT once at start-up; the error line to print when it is refused.
+[[nodiscard]] std::optional<std::string> root_check();
+/// The root prefix in force ("" on the router).
+[[nodiscard]] const std::string& root_prefix();
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
+
+/// fopen; null when the file cannot be opened.
+[[nodiscard]] FilePtr open_file(const HostPath& path, const char* mode);
+/// unlink; false when nothing was removed.
+bool remove_file(const HostPath& path);
+/// rename within one file system; false on failure.
+bool rename_file(const HostPath& from, const HostPath& to);
+/// Writes text into a new file created next to final_path, then renames it over final_path,
+/// so readers see the old file or the new one, never half of one.
+bool replace_file_atomically(const HostPath& final_path, std::string_view text);
+/// Runs a command line through the shell; its exit status, or -1 when it could not run.
+int run_shell(const std::string& command_line);
+/// The process id, which names this run's temporary files.
+[[nodiscard]] int process_id();
+
+/// json_load_file with flags 0; null when the file is missing or not JSON.
+[[nodiscard]] JsonPtr load_json_file(const HostPath& path);
+/// json_dump_file; false when it failed.
+bool dump_json_file(const json_t* document, const HostPath& path, std::size_t flags);
+
+}  // namespace tavio
+
+#endif

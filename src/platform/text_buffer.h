@@ -1,0 +1,57 @@
+// Fixed-capacity text, as the router firmware keeps it in C buffers.
+//
+// The panel's protocol was shaped by fixed C buffers: a serial fits 16 bytes, paths 64,
+// panel texts 256 or 512. Whatever does not fit is cut at the end and everything appended
+// after that is dropped. TextBuffer reproduces exactly that, in one place.
+#ifndef TAVIO_PLATFORM_TEXT_BUFFER_H
+#define TAVIO_PLATFORM_TEXT_BUFFER_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace tavio {
+
+/// Buffer sizes of the router's C interfaces, terminator included.
+constexpr std::size_t kPathCapacity = 64;       ///< run-directory and configuration paths
+constexpr std::size_t kTextCapacity = 256;      ///< panel texts and command-line options
+constexpr std::size_t kLongTextCapacity = 512;  ///< multi-line panel texts, command lines
+constexpr std::size_t kSerialCapacity = 16;     ///< a panel serial: 15 characters
+
+/// Text that holds at most capacity - 1 characters; appends past the end are cut.
+class TextBuffer {
+ public:
+  explicit TextBuffer(std::size_t capacity) : capacity_(capacity) {}
+
+  /// Appends as much of text as fits; false when anything was cut.
+  bool append(std::string_view text);
+  /// Appends printf-formatted text as far as it fits; false when anything was cut.
+  bool appendf(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+  [[nodiscard]] const std::string& str() const { return text_; }
+  [[nodiscard]] const char* c_str() const { return text_.c_str(); }
+  [[nodiscard]] bool empty() const { return text_.empty(); }
+  [[nodiscard]] std::size_t size() const { return text_.size(); }
+  /// True once any append has been cut.
+  [[nodiscard]] bool cut() const { return cut_; }
+  void clear() {
+    text_.clear();
+    cut_ = false;
+  }
+
+ private:
+  std::size_t capacity_;
+  std::string text_;
+  bool cut_ = false;
+};
+
+/// printf-formatted text cut to capacity - 1 characters, like snprintf into a buffer.
+[[nodiscard]] std::string format_text(std::size_t capacity, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));
+
+/// text cut to capacity - 1 characters.
+[[nodiscard]] std::string cut_text(std::string_view text, std::size_t capacity);
+
+}  // namespace tavio
+
+#endif
