@@ -1,5 +1,7 @@
 #include "app/json_get.h"
 
+#include <cstdio>
+
 namespace tavio {
 
 const char* jget_string(const json_t* object, const char* key, const char* def) {
@@ -19,6 +21,16 @@ std::int32_t jget_int(const json_t* object, const char* key, std::int32_t def) {
 double jget_real(const json_t* object, const char* key, double def) {
   const json_t* value = object == nullptr ? nullptr : json_object_get(object, key);
   return value == nullptr ? def : json_real_value(value);
+}
+
+json_t* json_member_by_id(const json_t* object, int id) {
+  char key[16];
+  std::snprintf(key, sizeof key, "%d", id);
+  return json_object_get(object, key);
+}
+
+int json_order_id(const json_t* element) {
+  return static_cast<int>(json_integer_value(element));
 }
 
 }  // namespace tavio

@@ -14,6 +14,10 @@ namespace tavio {
 [[nodiscard]] std::int32_t jget_int(const json_t* object, const char* key, std::int32_t def);
 /// object[key] as a real; def when missing; 0.0 for a non-real (an integer too).
 [[nodiscard]] double jget_real(const json_t* object, const char* key, double def);
+/// The member of object named by id in decimal ("3"), as the API keys its lists; borrowed.
+[[nodiscard]] json_t* json_member_by_id(const json_t* object, int id);
+/// An element of an API "order" array as an id.
+[[nodiscard]] int json_order_id(const json_t* element);
 
 }  // namespace tavio
 

@@ -5,11 +5,15 @@
 #include <jansson.h>
 
 #include "tavio/json_ref.h"
+#include "tavio/panel_layout.h"
 
 namespace tavio {
 
 /// {"type": "valueRead", "resp": {"list": [...]}} for the request body req, or null.
 [[nodiscard]] JsonPtr handle_value_read(const json_t* req, const char* serial, int theme_mode);
+/// {"k": identifier, "v": text, "ttl": 5}; "v" is "" when the item cannot be had. Null only
+/// for an empty identifier.
+[[nodiscard]] JsonPtr render_value_item(const char* identifier, const PanelLayout& layout);
 
 }  // namespace tavio
 

@@ -1,0 +1,72 @@
+// Records of router status, filled by the collectors and read by the renderers and menus.
+// Lists keep the API's "order".
+#ifndef TAVIO_STATUS_RECORDS_H
+#define TAVIO_STATUS_RECORDS_H
+
+#include <string>
+#include <vector>
+
+namespace tavio {
+
+/// Absent signal figures.
+constexpr int kAbsentSignal = -9999;
+constexpr double kAbsentSignalReal = -9999.9;
+
+/// One enabled WAN connection.
+struct WanStatus {
+  int id = 0;
+  std::string type;  ///< "wifi", "gobi", "modem", ... (15 characters)
+  std::string name;
+  int enable = 1;
+  std::string message;  ///< the connection's status sentence
+  std::string ip;       ///< 15 characters
+  int strength = kAbsentSignal;  ///< dBm
+  int rsrp = kAbsentSignal;      ///< dBm
+  double sinr = kAbsentSignalReal;
+  double snr = kAbsentSignalReal;
+  double ecio = kAbsentSignalReal;
+  double rsrq = kAbsentSignalReal;
+};
+struct WanStatusList {
+  std::vector<WanStatus> items;
+};
+
+/// One site-to-site VPN profile.
+struct VpnStatus {
+  int id = 0;
+  std::string name;
+  std::string state;  ///< display word; "" for an unknown link state
+  int secure = 0;     ///< 1 when a peer of the profile is secured
+};
+struct VpnStatusList {
+  std::vector<VpnStatus> items;
+};
+
+/// One LAN port and its link.
+struct PortStatus {
+  std::string name;  ///< "Port N"
+  int id = 0;
+  std::string link;  ///< link text (63 characters)
+};
+struct PortStatusList {
+  std::vector<PortStatus> items;
+};
+
+/// The device's identity; "" where the API leaves a key out.
+struct DeviceInfo {
+  std::string name;
+  std::string model;
+  std::string hardware_revision;
+  std::string firmware_version;
+  std::string serial_number;
+};
+
+/// The first LAN profile's address.
+struct LanAddress {
+  std::string ip;    ///< 15 characters
+  std::string mask;  ///< dotted quad
+};
+
+}  // namespace tavio
+
+#endif

@@ -1,0 +1,170 @@
+#include "status/port_status.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "app/json_get.h"
+#include "layout/panel_text.h"
+#include "platform/os.h"
+#include "platform/router_support.h"
+#include "platform/text_buffer.h"
+#include "sources/local_api.h"
+
+namespace tavio {
+namespace {
+
+constexpr std::size_t kLinkCapacity = 64;
+constexpr int kSpeedLineLength = 255;
+const char* const kConfigRun = "/usr/local/velto/conf/config.run";
+const char* const kInterfaceSpeedFile = "/etc/corvane_interface_speed";
+
+// Every speed the panel does not name is shown as 10baseT.
+const char* speed_word(int speed) {
+  switch (speed) {
+    case 10000:
+      return "10Gbase";
+    case 1000:
+      return "1000baseTx";
+    case 100:
+      return "100baseTx";
+    default:
+      return "10baseT";
+  }
+}
+
+}  // namespace
+
+std::string port_speed_text(const char* speed) {
+  int number = 0;
+  char suffix[16] = {0};
+  if (speed == nullptr || speed[0] == '\0' ||
+      std::sscanf(speed, "%d%15s", &number, suffix) != 2) {
+    return "no link";
+  }
+  TextBuffer text(kLinkCapacity);
+  text.append("negotiated ");
+  text.append(speed_word(number));
+  if (number != 10000) {
+    text.appendf("-%s flow-control", suffix);
+  }
+  text.append(", link ok");
+  return text.str();
+}
+
+JsonPtr front_panel_ports() {
+  const ApiResultPtr result = api_request(nullptr, nullptr, "config.port.frontPanel");
+  if (!result) {
+    return nullptr;
+  }
+  json_t* panels = json_object_get(result->response, "panel");
+  json_t* first = json_is_array(panels) ? json_array_get(panels, 0) : nullptr;
+  return first == nullptr ? nullptr : json_share(first);
+}
+
+int port_shown_as_lan(const json_t* panel_ports, const json_t* wan, int port) {
+  int result = 1;
+  const json_t* order = json_object_get(wan, "order");
+  for (std::size_t i = 0; i < json_array_size(panel_ports); ++i) {
+    const json_t* panel_port = json_array_get(panel_ports, i);
+    const char* label = jget_string(panel_port, "label", "");
+    if (label[0] == '\0' || std::strtol(label, nullptr, 10) != port) {
+      continue;
+    }
+    const int port_id = jget_int(panel_port, "portId", -1);
+    for (std::size_t w = 0; w < json_array_size(order); ++w) {
+      const int wan_id = json_order_id(json_array_get(order, w));
+      const json_t* connection = json_member_by_id(wan, wan_id);
+      if (connection == nullptr || wan_id != port_id) {
+        continue;
+      }
+      // A port that doubles as a WAN is a LAN port only while that WAN lets it be one.
+      int flag = 1;
+      const json_t* as_lan = json_object_get(connection, "asLan");
+      if (as_lan != nullptr) {
+        json_unpack(const_cast<json_t*>(as_lan), "b", &flag);
+      }
+      result = flag;
+    }
+  }
+  return result;
+}
+
+std::optional<PortStatusList> port_status_collect(const char* id_text) {
+  const bool one = id_text != nullptr && id_text[0] != '\0';
+  const std::string path = format_text(kPathCapacity, "status.port?lite=no%s%s",
+                                       one ? "\\&id=" : "", one ? id_text : "");
+  const ApiResultPtr result = api_request(nullptr, nullptr, path.c_str());
+  if (!result) {
+    return std::nullopt;
+  }
+  const json_t* lan = json_object_get(result->response, "lan");
+  const json_t* order = json_object_get(lan, "order");
+  if (lan == nullptr || !json_is_array(order)) {
+    return std::nullopt;
+  }
+  const json_t* wan = json_object_get(result->response, "wan");
+  const JsonPtr panel_ports = front_panel_ports();
+  PortStatusList list;
+  for (std::size_t i = 0; i < json_array_size(order); ++i) {
+    PortStatus port;
+    port.id = json_order_id(json_array_get(order, i));
+    const json_t* entry = json_member_by_id(lan, port.id);
+    if (entry == nullptr) {
+      continue;
+    }
+    // "enable" and "linkUp" do not decide anything: a port without a link has no speed.
+    port.link = cut_text(port_speed_text(jget_string(entry, "speed", "")), kLinkCapacity);
+    if (port_shown_as_lan(panel_ports.get(), wan, port.id) == 0) {
+      continue;
+    }
+    port.name = format_text(kTextCapacity, "%s %d", "Port", port.id);
+    list.items.push_back(std::move(port));
+  }
+  return list;
+}
+
+std::optional<std::string> render_lan_port_status(int port, const PanelLayout& layout) {
+  TextBuffer text(kTextCapacity);
+  if (const std::optional<PortStatusList> list =
+          port_status_collect(format_text(kPathCapacity, "%d", port).c_str())) {
+    for (const PortStatus& status : list->items) {
+      if (status.id == port && !status.link.empty()) {
+        text.append(layout_label_value("LAN Status:", status.link, layout));
+        break;
+      }
+    }
+  }
+  return layout_finish(layout, text.str(), kTextCapacity);
+}
+
+std::optional<std::string> port_media_get(int port) {
+  if (port < 0) {
+    return std::nullopt;
+  }
+  const TaglistPtr config = load_taglist(kConfigRun);
+  if (!config) {
+    return std::nullopt;
+  }
+  const char* media = port == 0 ? get_taglist_default_ex(config.get(), "Auto", "LAN_MEDIA")
+                                : get_taglist_default_ex(config.get(), "Auto", "PIF%d_MEDIA", port);
+  return std::string(media);
+}
+
+int interface_max_speed(int port) {
+  const FilePtr file = open_file(HostPath::system(kInterfaceSpeedFile), "r");
+  if (!file) {
+    return 0;
+  }
+  char line[kSpeedLineLength + 1];
+  while (std::fgets(line, sizeof line, file.get()) != nullptr && line[0] != '\0') {
+    int line_port = 0;
+    int speed = 0;
+    if (std::sscanf(line, "%d:%d", &line_port, &speed) == 2 && line_port == port) {
+      return speed;
+    }
+  }
+  return 0;
+}
+
+}  // namespace tavio

@@ -1,0 +1,25 @@
+// Per-WAN traffic: current throughput each way and the data transferred.
+#ifndef TAVIO_STATUS_TRAFFIC_STATUS_H
+#define TAVIO_STATUS_TRAFFIC_STATUS_H
+
+#include <optional>
+#include <string>
+
+#include "tavio/panel_layout.h"
+
+namespace tavio {
+
+/// Throughput directions.
+constexpr int kDirectionIn = 1;   ///< download
+constexpr int kDirectionOut = 2;  ///< upload
+
+/// One line per WAN with its current rate in direction; nothing for another direction or
+/// when the API fails or names no unit.
+[[nodiscard]] std::optional<std::string> render_throughput(int direction,
+                                                           const PanelLayout& layout);
+/// One line per WAN with the data it transferred both ways.
+[[nodiscard]] std::optional<std::string> render_data_transfer(const PanelLayout& layout);
+
+}  // namespace tavio
+
+#endif

@@ -1,0 +1,97 @@
+#include "status/vpn_status.h"
+
+#include <cstring>
+
+#include "app/json_get.h"
+#include "layout/panel_text.h"
+#include "platform/text_buffer.h"
+#include "sources/local_api.h"
+
+namespace tavio {
+namespace {
+
+constexpr std::size_t kLabelCapacity = 64;
+
+struct StateWord {
+  const char* status;
+  const char* shown;
+};
+
+const StateWord kStateWords[] = {
+    {"START", "STARTING"},   {"AUTHEN", "AUTHENTICATING"},  {"TUNNEL", "TUNNELING"},
+    {"ROUTE", "ROUTING"},    {"CONFLICT", "ROUTE CONFLICT"}, {"CONNECTED", "ESTABLISHED"},
+};
+
+const char* state_word(const char* status) {
+  for (const StateWord& word : kStateWords) {
+    if (std::strcmp(status, word.status) == 0) {
+      return word.shown;
+    }
+  }
+  return "";
+}
+
+int peer_secure(const json_t* peers, int profile_id) {
+  int secure = 0;
+  for (std::size_t i = 0; i < json_array_size(peers); ++i) {
+    const json_t* peer = json_array_get(peers, i);
+    const json_t* flag = json_object_get(peer, "secure");
+    if (jget_int(peer, "profileId", -1) == profile_id && flag != nullptr && json_is_true(flag)) {
+      secure = 1;  // a false flag never clears what another peer set
+    }
+  }
+  return secure;
+}
+
+}  // namespace
+
+std::optional<VpnStatusList> vpn_status_collect() {
+  const ApiResultPtr result = api_request(nullptr, nullptr, "status.korvpn");
+  if (!result) {
+    return std::nullopt;
+  }
+  const json_t* profiles = json_object_get(result->response, "profile");
+  const json_t* order = json_object_get(profiles, "order");
+  if (profiles == nullptr || !json_is_array(order)) {
+    return std::nullopt;
+  }
+  const json_t* peers = json_object_get(result->response, "peer");
+  VpnStatusList list;
+  for (std::size_t i = 0; i < json_array_size(order); ++i) {
+    VpnStatus vpn;
+    vpn.id = json_order_id(json_array_get(order, i));
+    const json_t* profile = json_member_by_id(profiles, vpn.id);
+    if (profile == nullptr) {
+      continue;
+    }
+    vpn.name = jget_string(profile, "name", "");
+    vpn.state = state_word(jget_string(profile, "status", ""));
+    vpn.secure = peer_secure(peers, vpn.id);
+    list.items.push_back(std::move(vpn));
+  }
+  return list;
+}
+
+//  HQ[SECURED]:
+//          ESTABLISHED
+std::string render_vpn_status(int id, const PanelLayout& layout) {
+  TextBuffer text(kTextCapacity);
+  if (const std::optional<VpnStatusList> list = vpn_status_collect()) {
+    for (const VpnStatus& vpn : list->items) {
+      if (vpn.id == id) {
+        const std::string label = format_text(kLabelCapacity, "%s[%s]:", vpn.name.c_str(),
+                                              vpn.secure == 1 ? "SECURED" : "NOT SECURED");
+        text.append(layout_label_value(label, vpn.state, layout));
+        break;
+      }
+    }
+  }
+  if (text.empty()) {
+    text.append(layout_wrap_value(
+        "Cannot get VPN status. Please back to System Status menu to refresh VPN links.",
+        layout.chars_per_line));
+  }
+  return layout_finish(layout, text.str(), kTextCapacity).value_or(std::string());
+}
+
+}  // namespace tavio

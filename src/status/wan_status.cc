@@ -1,0 +1,153 @@
+#include "status/wan_status.h"
+
+#include <cstring>
+
+#include "app/json_get.h"
+#include "layout/panel_text.h"
+#include "platform/text_buffer.h"
+#include "sources/local_api.h"
+
+namespace tavio {
+namespace {
+
+constexpr std::size_t kTypeCapacity = 16;
+constexpr std::size_t kIpCapacity = 16;
+constexpr std::size_t kStatusWordCapacity = 64;
+constexpr std::size_t kFigureCapacity = 64;
+const char* const kConnectedTo = "Connected to ";
+
+// Only these links report signal figures.
+bool is_wireless(std::string_view type) {
+  return type == "wifi" || type == "gobi" || type == "modem";
+}
+
+void read_signal(const json_t* connection, const char* type, WanStatus* wan) {
+  if (!is_wireless(type)) {
+    return;
+  }
+  const json_t* signal = json_object_get(json_object_get(connection, type), "signal");
+  if (!json_is_object(signal)) {
+    return;
+  }
+  wan->strength = jget_int(signal, "strength", kAbsentSignal);
+  if (wan->strength == kAbsentSignal) {
+    wan->strength = jget_int(signal, "rssi", kAbsentSignal);
+  }
+  wan->rsrp = jget_int(signal, "rsrp", kAbsentSignal);
+  wan->sinr = jget_real(signal, "sinr", kAbsentSignalReal);
+  wan->snr = jget_real(signal, "snr", kAbsentSignalReal);
+  wan->ecio = jget_real(signal, "ecio", kAbsentSignalReal);
+  wan->rsrq = jget_real(signal, "rsrq", kAbsentSignalReal);
+}
+
+void append_figure(TextBuffer& text, const char* label, const std::string& value,
+                   const PanelLayout& layout) {
+  text.append("\n");
+  text.append(layout_label_value(label, cut_text(value, kFigureCapacity), layout));
+}
+
+//  Status:     Connected
+//  Operator One
+//  Signal Strength
+//  RSSI:         -71 dBm
+void render_one(const WanStatus& wan, const PanelLayout& layout, TextBuffer& text) {
+  const bool alternative = layout.theme_mode == kThemeAlternative;
+  const std::string word = wan.message == "No Device Detected"
+                               ? std::string("Disconnected")
+                               : cut_text(wan.message, kStatusWordCapacity);
+  const bool connected = wan.message.find("Connected") != std::string::npos;
+  text.clear();
+  if (word.compare(0, std::strlen(kConnectedTo), kConnectedTo) == 0) {
+    if (!alternative) {
+      text.append(layout_label_value("Status:", "Connected", layout));
+      text.append("\n");
+    }
+    text.append(layout_wrap_value(word.substr(std::strlen(kConnectedTo)), layout.chars_per_line));
+  } else if (!alternative || word != "Connected") {
+    text.append(layout_label_value("Status:", word, layout));
+  }
+  if (!wan.ip.empty()) {
+    if (!text.empty()) {
+      text.append("\n");
+    }
+    text.append(layout_label_value("IP:", wan.ip, layout));
+  }
+  if (!connected || !is_wireless(wan.type)) {
+    return;
+  }
+  text.append("\n");
+  text.append(layout_wrap("Signal Strength", layout.chars_per_line));
+  if (wan.strength != kAbsentSignal) {
+    append_figure(text, "RSSI:", format_text(kFigureCapacity, "%d dBm", wan.strength), layout);
+  }
+  if (wan.sinr != kAbsentSignalReal) {
+    append_figure(text, "SINR:", format_text(kFigureCapacity, "%.1f dB", wan.sinr), layout);
+  }
+  if (wan.snr != kAbsentSignalReal) {
+    append_figure(text, "SNR:", format_text(kFigureCapacity, "%.1f dB", wan.snr), layout);
+  }
+  if (wan.ecio != kAbsentSignalReal) {
+    append_figure(text, "Ec/Io:", format_text(kFigureCapacity, "%.1f dB", wan.ecio), layout);
+  }
+  if (wan.rsrp != kAbsentSignal) {
+    append_figure(text, "RSRP:", format_text(kFigureCapacity, "%d dBm", wan.rsrp), layout);
+  }
+  if (wan.rsrq != kAbsentSignalReal) {
+    append_figure(text, "RSRQ:", format_text(kFigureCapacity, "%.1f dB", wan.rsrq), layout);
+  }
+}
+
+}  // namespace
+
+std::optional<WanStatusList> wan_status_collect(const char* id_text) {
+  const bool one = id_text != nullptr && id_text[0] != '\0';
+  const std::string path = format_text(kPathCapacity, "%s%s%s", "status.wan.connection",
+                                       one ? "?id=" : "", one ? id_text : "");
+  const ApiResultPtr result = api_request(nullptr, nullptr, path.c_str());
+  if (!result) {
+    return std::nullopt;
+  }
+  const json_t* order = json_object_get(result->response, "order");
+  if (!json_is_array(order)) {
+    return std::nullopt;
+  }
+  WanStatusList list;
+  for (std::size_t i = 0; i < json_array_size(order); ++i) {
+    WanStatus wan;
+    wan.id = json_order_id(json_array_get(order, i));
+    const json_t* connection = json_member_by_id(result->response, wan.id);
+    if (connection == nullptr || !json_is_true(json_object_get(connection, "enable"))) {
+      continue;
+    }
+    const char* type = jget_string(connection, "type", "");
+    // A modem slot with nothing inserted is not a connection.
+    if (std::strcmp(type, "modem") == 0 &&
+        std::strcmp(jget_string(connection, "statusLed", ""), "empty") == 0) {
+      continue;
+    }
+    wan.name = jget_string(connection, "name", "");
+    wan.message = jget_string(connection, "message", "");
+    read_signal(connection, type, &wan);
+    wan.type = cut_text(type, kTypeCapacity);
+    wan.ip = cut_text(jget_string(connection, "ip", ""), kIpCapacity);
+    list.items.push_back(std::move(wan));
+  }
+  return list;
+}
+
+std::optional<std::string> render_wan_status(int id, const PanelLayout& layout) {
+  const std::optional<WanStatusList> list =
+      wan_status_collect(format_text(kPathCapacity, "%d", id).c_str());
+  if (!list) {
+    return std::nullopt;
+  }
+  TextBuffer text(kLongTextCapacity);
+  for (const WanStatus& wan : list->items) {
+    if (wan.id == id) {
+      render_one(wan, layout, text);  // the last matching connection wins
+    }
+  }
+  return layout_finish(layout, text.str(), kLongTextCapacity);
+}
+
+}  // namespace tavio

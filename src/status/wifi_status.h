@@ -1,0 +1,29 @@
+// The built-in Wi-Fi access point with its networks, and remote assistance.
+#ifndef TAVIO_STATUS_WIFI_STATUS_H
+#define TAVIO_STATUS_WIFI_STATUS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tavio/panel_layout.h"
+
+namespace tavio {
+
+/// Access-point support: supported and off, supported and on, not supported or unknown.
+constexpr int kWifiApOff = 0;
+constexpr int kWifiApOn = 1;
+constexpr int kWifiApUnsupported = 2;
+
+/// "On" while remote assistance is enabled; nothing otherwise (never "Off").
+[[nodiscard]] std::optional<std::string> remote_assist_get();
+/// kWifiApOff, kWifiApOn or kWifiApUnsupported.
+[[nodiscard]] int wifi_ap_support();
+/// The names of the enabled networks in WLAN_ORDER; nothing without configuration or order.
+[[nodiscard]] std::optional<std::vector<std::string>> wifi_ssid_list();
+/// "Wi-Fi AP:" with "ON" and the SSIDs, "OFF", or "Not support Wi-Fi AP".
+[[nodiscard]] std::optional<std::string> render_wifi_ap(const PanelLayout& layout);
+
+}  // namespace tavio
+
+#endif
