@@ -19,10 +19,10 @@ struct ApiResult {
   ApiResult& operator=(const ApiResult&) = delete;
   ~ApiResult();
 
-  std::string input_path;   ///< request body file; empty for a plain GET
-  std::string header_path;  ///< extra request headers
-  std::string result_path;  ///< the tool's output
-  JsonPtr root;             ///< the whole reply document
+  std::string input_path;      ///< request body file; empty for a plain GET
+  std::string header_path;     ///< extra request headers
+  std::string result_path;     ///< the tool's output
+  JsonPtr root;                ///< the whole reply document
   json_t* response = nullptr;  ///< root's "response", borrowed from root
 };
 

@@ -18,8 +18,8 @@ struct WanStatus {
   std::string type;  ///< "wifi", "gobi", "modem", ... (15 characters)
   std::string name;
   int enable = 1;
-  std::string message;  ///< the connection's status sentence
-  std::string ip;       ///< 15 characters
+  std::string message;           ///< the connection's status sentence
+  std::string ip;                ///< 15 characters
   int strength = kAbsentSignal;  ///< dBm
   int rsrp = kAbsentSignal;      ///< dBm
   double sinr = kAbsentSignalReal;

@@ -29,8 +29,6 @@ json_t* json_member_by_id(const json_t* object, int id) {
   return json_object_get(object, key);
 }
 
-int json_order_id(const json_t* element) {
-  return static_cast<int>(json_integer_value(element));
-}
+int json_order_id(const json_t* element) { return static_cast<int>(json_integer_value(element)); }
 
 }  // namespace tavio

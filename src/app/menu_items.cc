@@ -18,7 +18,8 @@ bool is_empty(const char* text) { return text == nullptr || text[0] == '\0'; }
 
 JsonPtr menu_item_separator(std::int32_t count) {
   const std::size_t dashes =
-      count <= 0 ? 0 : std::min<std::size_t>(static_cast<std::size_t>(count), kSeparatorCapacity - 1);
+      count <= 0 ? 0
+                 : std::min<std::size_t>(static_cast<std::size_t>(count), kSeparatorCapacity - 1);
   const std::string line(dashes, '-');
   return json_own(json_pack("{ss}", "t", line.c_str()));
 }
@@ -63,7 +64,8 @@ JsonPtr menu_item_entry(const char* id, const char* title, const char* query_typ
     return nullptr;
   }
   // Only readable entries are polled, so only "r" and "rw" carry a refresh period.
-  const bool polled = access[0] == 'r' && (access[1] == '\0' || (access[1] == 'w' && access[2] == '\0'));
+  const bool polled =
+      access[0] == 'r' && (access[1] == '\0' || (access[1] == 'w' && access[2] == '\0'));
   if (polled) {
     json_object_set_new_nocheck(content.get(), "ttl", json_integer(ttl));
   }

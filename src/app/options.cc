@@ -90,9 +90,8 @@ int run_tavio(int argc, char** argv) {
     access_state = panel_access_state(serial);
   }
   if (has_input && has_output) {
-    run_request_file(options.input_path.c_str(), options.output_path.c_str(), serial,
-                     access_state, options.panel_type,
-                     options.keycode ? kThemeDefault : kThemeAlternative);
+    run_request_file(options.input_path.c_str(), options.output_path.c_str(), serial, access_state,
+                     options.panel_type, options.keycode ? kThemeDefault : kThemeAlternative);
   } else if (has_output) {
     int theme_mode = kThemeDefault;
     const int saved_theme = load_theme_mode(serial);

@@ -104,8 +104,8 @@ int run_request_file(const char* input_path, const char* output_path, const char
   return written ? 1 : 0;
 }
 
-int run_menu_update(const char* output_path, const char* serial, int access_state,
-                    int panel_type, const char* text, int theme_mode) {
+int run_menu_update(const char* output_path, const char* serial, int access_state, int panel_type,
+                    const char* text, int theme_mode) {
   const JsonPtr document = build_menu_update(serial, access_state, panel_type, text, theme_mode);
   if (!document) {
     std::puts("Error: Cannot create valid output JSON!");

@@ -163,7 +163,8 @@ JsonPtr render_value_item(const char* identifier, const PanelLayout& layout) {
   }
   const char* suffix = "";
   const ValueRow* row = find_row(identifier, &suffix);
-  const Text text = row == nullptr ? std::nullopt : row->read(ItemRequest{identifier, suffix, layout});
+  const Text text =
+      row == nullptr ? std::nullopt : row->read(ItemRequest{identifier, suffix, layout});
   return value_entry(identifier, text ? text->c_str() : "");
 }
 

@@ -61,14 +61,10 @@ std::string layout_label_value(std::string_view label, std::string_view value,
   if (width == 0) {
     return std::string();
   }
-  const long long total = static_cast<long long>(label.size() + value.size());
+  const long long total =
+      static_cast<long long>(label.size()) + static_cast<long long>(value.size());
   std::string out;
-  if (total == width) {
-    // A pair that would fill the line exactly is split over two lines on purpose.
-    out = layout_wrap(label, width);
-    out += '\n';
-    out += layout_wrap_value(value, width);
-  } else if (total < width) {
+  if (total < width) {
     out.assign(label);
     if (layout.theme_mode == kThemeAlternative) {
       out += ' ';
@@ -77,6 +73,7 @@ std::string layout_label_value(std::string_view label, std::string_view value,
     }
     out.append(value);
   } else {
+    // The label ends its own line; a pair that would fill one line exactly is split too.
     out = layout_wrap(label, width);
     out += '\n';
     out += layout_wrap_value(value, width);

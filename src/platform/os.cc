@@ -16,8 +16,8 @@ std::string& root_storage() {
 }
 
 bool root_char_allowed(char c) {
-  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-         c == '/' || c == '.' || c == '_' || c == '-';
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '/' ||
+         c == '.' || c == '_' || c == '-';
 }
 
 }  // namespace

@@ -15,47 +15,47 @@ typedef struct taglist taglist_t;
 
 /** Loads a taglist file; null when it is missing or unreadable (an empty file is an empty
  *  list). mode and flags are the vendor's open options; the host ignores them. */
-taglist_t *load_taglist_ex(const char *path, int mode, int flags);
+taglist_t* load_taglist_ex(const char* path, int mode, int flags);
 /** The value of the key formed from key_format and its arguments, or def when absent. The
  *  text is borrowed from the list (or is def) and lives until the list is changed or freed. */
-const char *get_taglist_default_ex(const taglist_t *list, const char *def, const char *key_format,
+const char* get_taglist_default_ex(const taglist_t* list, const char* def, const char* key_format,
                                    ...) __attribute__((format(printf, 3, 4)));
 /** Sets key to value, adding the key at the end when it is new; 0 on success, -1 on failure. */
-int update_taglist_ex(taglist_t *list, const char *key, const char *value);
+int update_taglist_ex(taglist_t* list, const char* key, const char* value);
 /** Writes the list back to the file it was loaded from, atomically; 0 on success, -1 on
  *  failure (the old file is then untouched). */
-int save_taglist_ex(taglist_t *list, int mode);
+int save_taglist_ex(taglist_t* list, int mode);
 /** Frees the list; null is ignored. */
-void free_taglist(taglist_t *list);
+void free_taglist(taglist_t* list);
 
 /* ---- counted list of integers ---- */
 typedef struct numlist {
   int count;
-  int *nums;
+  int* nums;
 } numlist_t;
 
 /** The integers in text, separated by blanks and/or commas; other tokens are skipped. Null
  *  only when memory runs out; a null or empty text gives an empty list. */
-numlist_t *create_numlist(const char *text);
+numlist_t* create_numlist(const char* text);
 /** Appends one number; 0 on success, -1 on failure. */
-int insert_numlist(numlist_t *list, int number);
+int insert_numlist(numlist_t* list, int number);
 /** Frees the list; null is ignored. */
-void free_numlist(numlist_t *list);
+void free_numlist(numlist_t* list);
 
 /* ---- counted list of texts ---- */
 typedef struct iplist {
   int count;
-  char **items;
+  char** items;
 } iplist_t;
 
 /** Makes the list empty (it must not hold anything yet). */
-void init_iplist(iplist_t *list);
+void init_iplist(iplist_t* list);
 /** Appends a copy of text; 0 on success, -1 on failure. */
-int insert_iplist(iplist_t *list, const char *text);
+int insert_iplist(iplist_t* list, const char* text);
 /** The texts joined with separator, as a new heap string the caller frees; null on failure. */
-char *serialize_iplist(const iplist_t *list, const char *separator);
+char* serialize_iplist(const iplist_t* list, const char* separator);
 /** Frees the texts and empties the list (the list itself belongs to the caller). */
-void free_iplist(iplist_t *list);
+void free_iplist(iplist_t* list);
 
 /* ---- port lookups ---- */
 /** The connection port identifier of a front-panel port number. */
@@ -73,16 +73,16 @@ int get_physical_type_ex(int conn_port_id, int flags);
 namespace tavio {
 
 struct TaglistFree {
-  void operator()(taglist_t *list) const { free_taglist(list); }
+  void operator()(taglist_t* list) const { free_taglist(list); }
 };
 /// An owned taglist, freed on scope exit.
 using TaglistPtr = std::unique_ptr<taglist_t, TaglistFree>;
 
 /// Loads a taglist file the way the router's callers do (mode 1, flags 0).
-inline TaglistPtr load_taglist(const char *path) { return TaglistPtr(load_taglist_ex(path, 1, 0)); }
+inline TaglistPtr load_taglist(const char* path) { return TaglistPtr(load_taglist_ex(path, 1, 0)); }
 
 struct NumlistFree {
-  void operator()(numlist_t *list) const { free_numlist(list); }
+  void operator()(numlist_t* list) const { free_numlist(list); }
 };
 /// An owned number list.
 using NumlistPtr = std::unique_ptr<numlist_t, NumlistFree>;

@@ -17,7 +17,7 @@
 #include "platform/router_support.h"
 
 struct taglist {
-  std::string path;  // the router's path it was loaded from
+  std::string path;                                          // the router's path it was loaded from
   std::vector<std::pair<std::string, std::string>> entries;  // in first-seen order
 };
 

@@ -92,15 +92,13 @@ ApiResultPtr api_request(const char* body, const char* headers, const char* path
       return nullptr;
     }
     const std::string input = HostPath::system(result->input_path).str();
-    command = format_text(command_capacity(3),
-                          "(wget_https -T %d -f %s -e %s -O %s %s/%s) > /dev/null 2>&1",
-                          kToolTimeoutSeconds, input.c_str(), header.c_str(), output.c_str(),
-                          base.c_str(), path);
+    command = format_text(
+        command_capacity(3), "(wget_https -T %d -f %s -e %s -O %s %s/%s) > /dev/null 2>&1",
+        kToolTimeoutSeconds, input.c_str(), header.c_str(), output.c_str(), base.c_str(), path);
   } else {
-    command = format_text(command_capacity(2),
-                          "(wget_https -T %d -e %s -O %s %s/%s) > /dev/null 2>&1",
-                          kToolTimeoutSeconds, header.c_str(), output.c_str(), base.c_str(),
-                          path);
+    command =
+        format_text(command_capacity(2), "(wget_https -T %d -e %s -O %s %s/%s) > /dev/null 2>&1",
+                    kToolTimeoutSeconds, header.c_str(), output.c_str(), base.c_str(), path);
   }
   if (run_shell(command) != 0) {
     return nullptr;
@@ -131,10 +129,10 @@ int api_post_no_reply(const char* path, const char* body) {
     remove_file(header);
     return 0;
   }
-  const std::string command = format_text(
-      command_capacity(2), "(wget_https -T %d -f %s -e %s %s/%s) > /dev/null 2>&1",
-      kToolTimeoutSeconds, input.c_str(), header.c_str(), base.c_str(),
-      path == nullptr ? "" : path);
+  const std::string command =
+      format_text(command_capacity(2), "(wget_https -T %d -f %s -e %s %s/%s) > /dev/null 2>&1",
+                  kToolTimeoutSeconds, input.c_str(), header.c_str(), base.c_str(),
+                  path == nullptr ? "" : path);
   run_shell(command);  // the reply, and so the outcome, is not looked at
   remove_file(header);
   remove_file(input);

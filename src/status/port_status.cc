@@ -38,8 +38,7 @@ const char* speed_word(int speed) {
 std::string port_speed_text(const char* speed) {
   int number = 0;
   char suffix[16] = {0};
-  if (speed == nullptr || speed[0] == '\0' ||
-      std::sscanf(speed, "%d%15s", &number, suffix) != 2) {
+  if (speed == nullptr || speed[0] == '\0' || std::sscanf(speed, "%d%15s", &number, suffix) != 2) {
     return "no link";
   }
   TextBuffer text(kLinkCapacity);

@@ -15,8 +15,9 @@ namespace {
 constexpr std::size_t kValueCapacity = 64;
 constexpr std::size_t kClockCapacity = 60;
 
-std::optional<std::string> labelled_field(const DeviceInfo* info, const std::string DeviceInfo::*field,
-                                          const char* label, const PanelLayout& layout) {
+std::optional<std::string> labelled_field(const DeviceInfo* info,
+                                          const std::string DeviceInfo::*field, const char* label,
+                                          const PanelLayout& layout) {
   if (info == nullptr || (info->*field).empty()) {
     return std::nullopt;
   }
@@ -74,8 +75,7 @@ std::optional<std::string> render_cpu_load(const PanelLayout& layout) {
 }
 
 std::optional<DeviceInfo> device_info_collect() {
-  const ApiResultPtr result =
-      api_request(nullptr, nullptr, "status.system.info\\&infoType=device");
+  const ApiResultPtr result = api_request(nullptr, nullptr, "status.system.info\\&infoType=device");
   if (!result) {
     return std::nullopt;
   }
@@ -96,8 +96,8 @@ std::optional<std::string> render_firmware(const DeviceInfo* info, const PanelLa
   if (info == nullptr || info->model.empty() || info->firmware_version.empty()) {
     return std::nullopt;
   }
-  const std::string line = format_text(kTextCapacity, "%s %s", info->model.c_str(),
-                                       info->firmware_version.c_str());
+  const std::string line =
+      format_text(kTextCapacity, "%s %s", info->model.c_str(), info->firmware_version.c_str());
   const std::string text = cut_text(layout_wrap(line, layout.chars_per_line), kTextCapacity);
   if (text.empty()) {
     return std::nullopt;
@@ -114,8 +114,7 @@ std::optional<std::string> render_hardware_revision(const DeviceInfo* info,
   return labelled_field(info, &DeviceInfo::hardware_revision, "Hardware revision:", layout);
 }
 
-std::optional<std::string> render_serial_number(const DeviceInfo* info,
-                                                const PanelLayout& layout) {
+std::optional<std::string> render_serial_number(const DeviceInfo* info, const PanelLayout& layout) {
   return labelled_field(info, &DeviceInfo::serial_number, "Serial number:", layout);
 }
 

@@ -50,8 +50,7 @@ std::optional<std::string> render_traffic(const char* section_name, Figure figur
     const std::string shown =
         format_text(kFigureCapacity, "%llu%s",
                     static_cast<unsigned long long>(static_cast<long long>(value)), unit);
-    const std::string label =
-        format_text(kFigureCapacity, "%s:", jget_string(wan, "name", ""));
+    const std::string label = format_text(kFigureCapacity, "%s:", jget_string(wan, "name", ""));
     if (!first) {
       text.append("\n");
     }

@@ -18,8 +18,8 @@ struct StateWord {
 };
 
 const StateWord kStateWords[] = {
-    {"START", "STARTING"},   {"AUTHEN", "AUTHENTICATING"},  {"TUNNEL", "TUNNELING"},
-    {"ROUTE", "ROUTING"},    {"CONFLICT", "ROUTE CONFLICT"}, {"CONNECTED", "ESTABLISHED"},
+    {"START", "STARTING"}, {"AUTHEN", "AUTHENTICATING"},   {"TUNNEL", "TUNNELING"},
+    {"ROUTE", "ROUTING"},  {"CONFLICT", "ROUTE CONFLICT"}, {"CONNECTED", "ESTABLISHED"},
 };
 
 const char* state_word(const char* status) {
