@@ -5,6 +5,15 @@
 #include "platform/text_buffer.h"
 
 namespace tavio {
+namespace {
+
+// Padding never needs to outgrow the largest text buffer: whatever lies beyond it is cut
+// anyway. Capping it keeps an absurd line width from a damaged font file harmless.
+std::string padding(std::size_t count) {
+  return std::string(std::min(count, kMaxTextCapacity), ' ');
+}
+
+}  // namespace
 
 std::string layout_pad_left(std::string_view text, int width) {
   if (width == 0) {
@@ -13,13 +22,15 @@ std::string layout_pad_left(std::string_view text, int width) {
   if (width < 0 || text.size() >= static_cast<std::size_t>(width)) {
     return std::string(text);
   }
-  std::string out(static_cast<std::size_t>(width) - text.size(), ' ');
-  out.append(text);
+  std::string out = padding(static_cast<std::size_t>(width) - text.size());
+  if (out.size() < kMaxTextCapacity) {
+    out.append(text);
+  }
   return out;
 }
 
 std::string layout_spaces(int count) {
-  return count < 1 ? std::string() : std::string(static_cast<std::size_t>(count), ' ');
+  return count < 1 ? std::string() : padding(static_cast<std::size_t>(count));
 }
 
 std::string layout_wrap(std::string_view text, int width) {
