@@ -1,0 +1,143 @@
+// The menu-item schema as the display receives it, compared as compact JSON with sorted keys.
+#include "app/menu_items.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <ostream>
+#include <string>
+
+#include "tavio/json_ref.h"
+
+namespace tavio {
+namespace {
+
+std::string dump(const JsonPtr& value) {
+  if (!value) {
+    return "(null)";
+  }
+  char* text = json_dumps(value.get(), JSON_COMPACT | JSON_SORT_KEYS | JSON_ENCODE_ANY);
+  std::string out = text == nullptr ? "(unprintable)" : text;
+  std::free(text);
+  return out;
+}
+
+PanelLayout grid(int theme) {
+  PanelLayout layout;
+  return make_panel_layout(layout, theme, 1, 21, 4);
+}
+
+struct EntryCase {
+  const char* name;
+  const char* access;
+  int ttl;
+  const char* hint;
+  const char* expected;
+};
+void PrintTo(const EntryCase& c, std::ostream* os) { *os << c.name; }
+
+class MenuEntryTest : public ::testing::TestWithParam<EntryCase> {};
+
+TEST_P(MenuEntryTest, TtlOnlyForReadAccessAndHintWhenGiven) {
+  const EntryCase& c = GetParam();
+  EXPECT_EQ(dump(menu_item_entry("e", "E", "poll", c.access, "k1", c.ttl, c.hint, nullptr)),
+            c.expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Access, MenuEntryTest,
+    ::testing::Values(
+        EntryCase{"Read", "r", 5, nullptr,
+                  R"({"c":{"a":"r","k":"k1","qt":"poll","ttl":5},"id":"e","t":"E"})"},
+        EntryCase{"ReadNegativeTtl", "r", -1, nullptr,
+                  R"({"c":{"a":"r","k":"k1","qt":"poll","ttl":-1},"id":"e","t":"E"})"},
+        EntryCase{"ReadWrite", "rw", 5, "",
+                  R"({"c":{"a":"rw","k":"k1","qt":"poll","ttl":5},"id":"e","t":"E"})"},
+        EntryCase{"WriteOnly", "w", 5, nullptr,
+                  R"({"c":{"a":"w","k":"k1","qt":"poll"},"id":"e","t":"E"})"},
+        EntryCase{"ThreeLetters", "rwx", 5, nullptr,
+                  R"({"c":{"a":"rwx","k":"k1","qt":"poll"},"id":"e","t":"E"})"},
+        EntryCase{"ReadOther", "ro", 5, nullptr,
+                  R"({"c":{"a":"ro","k":"k1","qt":"poll"},"id":"e","t":"E"})"},
+        EntryCase{"Hint", "w", 0, "Press OK",
+                  R"({"c":{"a":"w","ht":"Press OK","k":"k1","qt":"poll"},"id":"e","t":"E"})"}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+TEST(MenuEntry, MissingRequiredTextGivesNull) {
+  const char* const ok = "x";
+  for (int missing = 0; missing < 5; ++missing) {
+    for (const char* bad : {static_cast<const char*>(nullptr), ""}) {
+      const char* f[5] = {ok, ok, ok, "r", ok};
+      f[missing] = bad;
+      EXPECT_FALSE(menu_item_entry(f[0], f[1], f[2], f[3], f[4], 5, nullptr, nullptr))
+          << "field " << missing;
+    }
+  }
+}
+
+TEST(MenuEntry, SelectionIsTakenOverNotCopied) {
+  JsonPtr selection = json_own(json_pack("[ss]", "Auto", "1000M"));
+  json_t* probe = selection.get();
+  json_incref(probe);
+  JsonPtr item = menu_item_entry("speed", "Speed", "poll", "rw", "wan_port_speed_1", 5, nullptr,
+                                 std::move(selection));
+  ASSERT_TRUE(item);
+  EXPECT_EQ(json_object_get(json_object_get(item.get(), "c"), "select"), probe);
+  EXPECT_EQ(probe->refcount, 2u);
+  item.reset();
+  EXPECT_EQ(probe->refcount, 1u);  // the item held exactly one reference
+  json_decref(probe);
+}
+
+TEST(MenuText, LaysOutFirst255CharactersRawKeepsAll) {
+  const std::string text(300, 'q');
+  const std::string cut(255, 'q');
+  EXPECT_EQ(dump(menu_item_text("about", "About", text.c_str(), grid(1))),
+            R"({"c":{"st":")" + cut + R"("},"id":"about","t":"About"})");
+  // The alternative theme adds its empty top line after the cut.
+  EXPECT_EQ(dump(menu_item_text("about", "About", text.c_str(), grid(2))),
+            R"({"c":{"st":"\n)" + cut + R"("},"id":"about","t":"About"})");
+  EXPECT_EQ(dump(menu_item_text_raw("about", "About", text.c_str())),
+            R"({"c":{"st":")" + text + R"("},"id":"about","t":"About"})");
+}
+
+TEST(MenuText, IdOptionalTitleAndTextRequired) {
+  EXPECT_EQ(dump(menu_item_text(nullptr, "Model", "R-200", grid(1))),
+            R"({"c":{"st":"R-200"},"t":"Model"})");
+  EXPECT_EQ(dump(menu_item_text(nullptr, "Model", "R-200", grid(2))),
+            R"({"c":{"st":"\nR-200"},"t":"Model"})");
+  EXPECT_EQ(dump(menu_item_text_raw(nullptr, "Model", "R-200")),
+            R"({"c":{"st":"R-200"},"t":"Model"})");
+  EXPECT_FALSE(menu_item_text("m", "", "R-200", grid(1)));
+  EXPECT_FALSE(menu_item_text("m", nullptr, "R-200", grid(1)));
+  EXPECT_FALSE(menu_item_text("m", "Model", "", grid(1)));
+  EXPECT_FALSE(menu_item_text("m", "Model", nullptr, grid(1)));
+  EXPECT_FALSE(menu_item_text_raw("m", "", "R-200"));
+  EXPECT_FALSE(menu_item_text_raw("m", "Model", nullptr));
+}
+
+TEST(MenuSeparator, DashesForCount) {
+  EXPECT_EQ(dump(menu_item_separator(0)), R"({"t":""})");
+  EXPECT_EQ(dump(menu_item_separator(-3)), R"({"t":""})");
+  EXPECT_EQ(dump(menu_item_separator(16)), R"({"t":"----------------"})");
+}
+
+TEST(MenuCustomContent, WrapsAtLineWidthIntoOneItemMenu) {
+  const std::string text = std::string(21, 'a') + std::string(9, 'b');
+  EXPECT_EQ(dump(menu_item_custom_content(text.c_str(), grid(1))),
+            R"([{"id":"custom_menu_content","st":")" + std::string(21, 'a') + R"(\n)" +
+                std::string(9, 'b') + R"("}])");
+}
+
+TEST(MenuCustomContent, WrappedTextCutTo511Characters) {
+  const std::string text(600, 'z');  // 628 characters once wrapped at 21
+  const JsonPtr menu = menu_item_custom_content(text.c_str(), grid(1));
+  ASSERT_EQ(json_array_size(menu.get()), 1u);
+  const std::string st = json_string_value(json_object_get(json_array_get(menu.get(), 0), "st"));
+  ASSERT_EQ(st.size(), 511u);
+  EXPECT_EQ(st.substr(0, 22), std::string(21, 'z') + "\n");
+  EXPECT_EQ(st.substr(505), "\nzzzzz");  // 23 lines of 21 and a break, then 5 more
+}
+
+}  // namespace
+}  // namespace tavio

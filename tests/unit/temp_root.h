@@ -1,0 +1,97 @@
+// A throw-away TAVIO_ROOT for one test, so the router's paths land in a temporary folder and
+// never in the real /etc, /var or /usr.
+#ifndef TAVIO_TESTS_UNIT_TEMP_ROOT_H
+#define TAVIO_TESTS_UNIT_TEMP_ROOT_H
+
+#include <gtest/gtest.h>
+#include <stdlib.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "platform/os.h"
+
+namespace tavio_test {
+
+/// The run directory, which tavio never creates: the root provides it.
+inline constexpr const char* kRunDir = "/var/run/dorva/tavio";
+
+/// A fresh root made with mkdtemp, set as TAVIO_ROOT and taken up by root_check(), with the
+/// run directory in place; removed with everything in it when the object goes.
+class TempRoot {
+ public:
+  TempRoot() {
+    const char* tmp = std::getenv("TMPDIR");
+    std::string pattern =
+        std::string(tmp != nullptr && tmp[0] == '/' ? tmp : "/tmp") + "/tavio-unit-XXXXXX";
+    if (::mkdtemp(&pattern[0]) == nullptr) {
+      return;
+    }
+    path_ = pattern;
+    ::setenv("TAVIO_ROOT", path_.c_str(), 1);
+    ok_ = !tavio::root_check() && tavio::root_prefix() == path_ &&
+          std::filesystem::create_directories(host(kRunDir));
+  }
+  ~TempRoot() {
+    std::error_code ignored;
+    if (!path_.empty()) {
+      std::filesystem::remove_all(path_, ignored);
+    }
+  }
+  TempRoot(const TempRoot&) = delete;
+  TempRoot& operator=(const TempRoot&) = delete;
+
+  [[nodiscard]] bool ok() const { return ok_; }
+  [[nodiscard]] const std::string& path() const { return path_; }
+  /// Where one of the router's paths lives on this machine.
+  [[nodiscard]] std::string host(const std::string& router_path) const {
+    return path_ + router_path;
+  }
+  /// Writes a router file, creating its folders.
+  void write(const std::string& router_path, const std::string& text) const {
+    std::filesystem::create_directories(std::filesystem::path(host(router_path)).parent_path());
+    std::ofstream(host(router_path), std::ios::binary | std::ios::trunc) << text;
+  }
+  [[nodiscard]] std::optional<std::string> read(const std::string& router_path) const {
+    std::ifstream in(host(router_path), std::ios::binary);
+    if (!in) {
+      return std::nullopt;
+    }
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+  }
+  [[nodiscard]] bool exists(const std::string& router_path) const {
+    return std::filesystem::exists(host(router_path));
+  }
+  /// The names in a router folder, sorted.
+  [[nodiscard]] std::vector<std::string> list(const std::string& router_dir) const {
+    std::vector<std::string> names;
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::directory_iterator(host(router_dir), ignored)) {
+      names.push_back(entry.path().filename().string());
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+ private:
+  std::string path_;
+  bool ok_ = false;
+};
+
+/// A test that runs under its own fresh root.
+class TempRootTest : public ::testing::Test {
+ protected:
+  void SetUp() override { ASSERT_TRUE(root_.ok()) << "no temporary TAVIO_ROOT: " << root_.path(); }
+  TempRoot root_;
+};
+
+}  // namespace tavio_test
+
+#endif
