@@ -21,7 +21,7 @@ namespace tavio {
 namespace {
 
 // Seconds the panel shows a value before it reads it again.
-constexpr int item_ttl = 5;
+constexpr int kItemTtl = 5;
 
 using Text = std::optional<std::string>;
 
@@ -147,10 +147,10 @@ const ValueRow* find_row(const char* identifier, const char** suffix) {
 }
 
 JsonPtr value_entry(const char* identifier, const char* text) {
-  JsonPtr entry = json_own(json_pack("{ss,ss,si}", "k", identifier, "v", text, "ttl", item_ttl));
+  JsonPtr entry = json_own(json_pack("{ss,ss,si}", "k", identifier, "v", text, "ttl", kItemTtl));
   if (!entry) {
     // A text that JSON cannot carry (not UTF-8) still gets its answer.
-    entry = json_own(json_pack("{ss,ss,si}", "k", identifier, "v", "", "ttl", item_ttl));
+    entry = json_own(json_pack("{ss,ss,si}", "k", identifier, "v", "", "ttl", kItemTtl));
   }
   return entry;
 }

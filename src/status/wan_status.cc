@@ -47,7 +47,7 @@ void append_figure(TextBuffer& text, const char* label, const std::string& value
 }
 
 //  Status:     Connected
-//  Operator One
+//           Operator One
 //  Signal Strength
 //  RSSI:         -71 dBm
 void render_one(const WanStatus& wan, const PanelLayout& layout, TextBuffer& text) {

@@ -124,6 +124,8 @@ TEST_F(TaglistTest, FailedSaveInReadOnlyFolderLeavesOldFile) {
   int result = -2;
   if (::geteuid() != 0) {
     result = save_taglist_ex(list.get(), 1);
+  } else if (std::getenv("TAVIO_TEST_EMULATED") != nullptr) {
+    GTEST_SKIP() << "an emulated child cannot switch users";
   } else {
     // The superuser writes anywhere: save as an ordinary user in a child process.
     const pid_t child = ::fork();

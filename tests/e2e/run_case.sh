@@ -1,0 +1,193 @@
+#!/usr/bin/env bash
+# Runs one end-to-end case of tavio against a private copy of the example router.
+#
+#   run_case.sh CASE_DIR TAVIO_BINARY [EMULATOR [EMULATOR_ARGS...]]
+#
+# The emulator (for a cross-built binary) may also come from TAVIO_EMULATOR, split on blanks.
+# A case directory holds:
+#   args             tavio's arguments, one per line (an empty file: no arguments)
+#   request.json     optional; copied to @IN@ before the run
+#   output.initial   optional; copied to @OUT@ before the run (an old response file)
+#   work/            optional; copied into @WORK@ (further input files)
+#   empty-root       optional marker: start from an empty root instead of sim/router
+#   root/            optional; copied over the root (router files the case needs)
+#   env              optional; KEY=VALUE lines exported for the run (TAVIO_ROOT may be
+#                    overridden here; PATH may not)
+#   settle           optional; seconds to wait after tavio exits, for background commands
+#   expected.stdout  tavio's standard output, exactly
+#   expected.json    optional; the response file, byte for byte; without it no response
+#                    file may exist after the run
+#   expected.log     optional; the stand-ins' command log; without it no stand-in may run
+# Placeholders, in args, env, expected.stdout and expected.log: @IN@ request file, @OUT@
+# response file, @WORK@ the case's scratch directory, @ROOT@ the root, @PID@ tavio's process
+# id where it names a file (log and output only).
+#
+# Every run checks: exit status 0; reboot, restoreconfig, saveconfig, activate, wget_https
+# and capwap_cli resolve into sim/bin; no temporary file of the run is left in the run
+# directory.
+#
+# TAVIO_UPDATE_GOLDEN=1 writes what the run produced as the case's expectations instead of
+# comparing (review every changed file by hand before committing it).
+set -euo pipefail
+
+die() { echo "run_case: $*" >&2; exit 2; }
+
+[[ $# -ge 2 ]] || die "usage: run_case.sh CASE_DIR TAVIO_BINARY [EMULATOR...]"
+case_dir=$(cd "$1" && pwd) || die "no case directory $1"
+binary=$2
+shift 2
+[[ $binary == /* ]] || binary=$PWD/$binary
+[[ -x $binary ]] || die "no tavio binary at $binary"
+emulator=("$@")
+if [[ ${#emulator[@]} -eq 0 && -n ${TAVIO_EMULATOR:-} ]]; then
+  read -r -a emulator <<<"$TAVIO_EMULATOR"
+fi
+
+repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+sim_bin=$repo/sim/bin
+router=$repo/sim/router
+name=$(basename "$case_dir")
+[[ -f $case_dir/args ]] || die "$name: no args file"
+[[ -f $case_dir/expected.stdout || -n ${TAVIO_UPDATE_GOLDEN:-} ]] ||
+  die "$name: no expected.stdout"
+
+work=$(mktemp -d "${TMPDIR:-/tmp}/tavio-e2e.XXXXXX")
+cleanup() { rm -rf "$work"; }
+trap cleanup EXIT
+# tavio refuses a root with other characters; the case would not test what it says.
+[[ $work =~ ^[A-Za-z0-9/._-]+$ ]] || die "temporary directory $work is not a usable root"
+
+root=$work/root
+in_file=$work/request.json
+out_file=$work/response.json
+log_file=$work/standin.log
+rundir=$root/var/run/dorva/tavio
+
+# --- the router tree ------------------------------------------------------------------
+mkdir -p "$root"
+if [[ ! -e $case_dir/empty-root ]]; then
+  cp -a "$router/." "$root/"
+fi
+if [[ -d $case_dir/root ]]; then
+  cp -a "$case_dir/root/." "$root/"
+fi
+mkdir -p "$rundir"
+[[ -f $case_dir/request.json ]] && cp "$case_dir/request.json" "$in_file"
+[[ -f $case_dir/output.initial ]] && cp "$case_dir/output.initial" "$out_file"
+if [[ -d $case_dir/work ]]; then
+  cp -a "$case_dir/work/." "$work/"
+fi
+: >"$log_file"
+
+fill() {  # replaces the placeholders in $1
+  local text=$1
+  text=${text//@IN@/$in_file}
+  text=${text//@OUT@/$out_file}
+  text=${text//@ROOT@/$root}
+  text=${text//@WORK@/$work}
+  printf '%s' "$text"
+}
+
+args=()
+while IFS= read -r line || [[ -n $line ]]; do
+  args+=("$(fill "$line")")
+done <"$case_dir/args"
+
+# --- the environment ------------------------------------------------------------------
+export TAVIO_ROOT=$root
+export TAVIO_STANDIN_LOG=$log_file
+unset TAVIO_SIM_API_DOWN
+if [[ -f $case_dir/env ]]; then
+  while IFS= read -r line || [[ -n $line ]]; do
+    [[ -z $line || $line == \#* ]] && continue
+    [[ $line =~ ^[A-Za-z_][A-Za-z0-9_]*= ]] || die "$name: bad env line: $line"
+    [[ $line == PATH=* ]] && die "$name: env may not set PATH"
+    export "$(fill "$line")"
+  done <"$case_dir/env"
+fi
+export PATH=$sim_bin:$PATH
+
+# Nothing that changes the machine may be reachable: each command must be the stand-in.
+for command in reboot restoreconfig saveconfig activate wget_https capwap_cli; do
+  found=$(type -P "$command" || true)
+  if [[ $found != "$sim_bin/$command" ]]; then
+    echo "FAIL $name: $command resolves to '${found:-nothing}', not the stand-in in $sim_bin"
+    exit 1
+  fi
+done
+
+# --- the run ----------------------------------------------------------------------------
+cd "$work"
+set +e
+"${emulator[@]}" "$binary" "${args[@]}" >"$work/stdout" 2>"$work/stderr" </dev/null &
+pid=$!
+wait "$pid"
+status=$?
+set -e
+if [[ -f $case_dir/settle ]]; then
+  sleep "$(<"$case_dir/settle")"
+fi
+
+# Turns the run's own paths and process id back into placeholders.
+normalize() {  # file
+  local in=$1 out=$1.norm
+  sed -e "s|$out_file|@OUT@|g" -e "s|$in_file|@IN@|g" -e "s|$root|@ROOT@|g" \
+      -e "s|$work|@WORK@|g" -e "s|_$pid\\.|_@PID@.|g" "$in" >"$out"
+  mv "$out" "$in"
+}
+normalize "$work/stdout"
+normalize "$log_file"
+
+# --- expectation update -----------------------------------------------------------------
+if [[ -n ${TAVIO_UPDATE_GOLDEN:-} ]]; then
+  cp "$work/stdout" "$case_dir/expected.stdout"
+  if [[ -f $out_file ]]; then cp "$out_file" "$case_dir/expected.json"
+  else rm -f "$case_dir/expected.json"; fi
+  if [[ -s $log_file ]]; then cp "$log_file" "$case_dir/expected.log"
+  else rm -f "$case_dir/expected.log"; fi
+  echo "UPDATED $name (exit status $status): review the expected files by hand"
+  exit 0
+fi
+
+# --- the checks -------------------------------------------------------------------------
+failures=0
+fail() { echo "FAIL $name: $*"; failures=$((failures + 1)); }
+# A compact response on one line is hard to compare by eye: break it between entries.
+entry_lines() { sed 's/},{/},\n{/g' "$1"; echo; }
+
+[[ $status -eq 0 ]] || fail "exit status $status, expected 0"
+
+if ! cmp -s "$case_dir/expected.stdout" "$work/stdout"; then
+  fail "standard output differs (--- expected, +++ actual):"
+  diff -u "$case_dir/expected.stdout" "$work/stdout" | tail -n +3 || true
+fi
+
+if [[ -f $case_dir/expected.json ]]; then
+  if [[ ! -f $out_file ]]; then
+    fail "no response file written"
+  elif ! cmp -s "$case_dir/expected.json" "$out_file"; then
+    fail "response file differs (--- expected, +++ actual; one line per entry):"
+    diff -u <(entry_lines "$case_dir/expected.json") <(entry_lines "$out_file") | tail -n +3 || true
+  fi
+elif [[ -e $out_file ]]; then
+  fail "a response file was written: $(head -c 300 "$out_file")"
+fi
+
+expected_log=/dev/null
+[[ -f $case_dir/expected.log ]] && expected_log=$case_dir/expected.log
+if ! cmp -s "$expected_log" "$log_file"; then
+  fail "stand-in command log differs (--- expected, +++ actual):"
+  diff -u "$expected_log" "$log_file" | tail -n +3 || true
+fi
+
+leftovers=$(cd "$rundir" && find . -name 'wget_*' -o -name "*_$pid.*" | sort)
+[[ -z $leftovers ]] || fail "temporary files left in the run directory: $leftovers"
+
+if [[ $failures -gt 0 ]]; then
+  if [[ -s $work/stderr ]]; then
+    echo "tavio's standard error:"
+    sed 's/^/  /' "$work/stderr"
+  fi
+  exit 1
+fi
+echo "PASS $name"
