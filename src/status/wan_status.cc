@@ -40,10 +40,30 @@ void read_signal(const json_t* connection, const char* type, WanStatus* wan) {
   wan->rsrq = jget_real(signal, "rsrq", kAbsentSignalReal);
 }
 
-void append_figure(TextBuffer& text, const char* label, const std::string& value,
-                   const PanelLayout& layout) {
+// The signal figures in the order the panel lists them; absent ones are left out.
+void append_signal_block(const WanStatus& wan, const PanelLayout& layout, TextBuffer& text) {
+  const auto dbm = [](int value) { return format_text(kFigureCapacity, "%d dBm", value); };
+  const auto db = [](double value) { return format_text(kFigureCapacity, "%.1f dB", value); };
+  const struct {
+    const char* label;
+    bool present;
+    std::string value;
+  } figures[] = {
+      {"RSSI:", wan.strength != kAbsentSignal, dbm(wan.strength)},
+      {"SINR:", wan.sinr != kAbsentSignalReal, db(wan.sinr)},
+      {"SNR:", wan.snr != kAbsentSignalReal, db(wan.snr)},
+      {"Ec/Io:", wan.ecio != kAbsentSignalReal, db(wan.ecio)},
+      {"RSRP:", wan.rsrp != kAbsentSignal, dbm(wan.rsrp)},
+      {"RSRQ:", wan.rsrq != kAbsentSignalReal, db(wan.rsrq)},
+  };
   text.append("\n");
-  text.append(layout_label_value(label, cut_text(value, kFigureCapacity), layout));
+  text.append(layout_wrap("Signal Strength", layout.chars_per_line));
+  for (const auto& figure : figures) {
+    if (figure.present) {
+      text.append("\n");
+      text.append(layout_label_value(figure.label, figure.value, layout));
+    }
+  }
 }
 
 //  Status:     Connected
@@ -72,28 +92,8 @@ void render_one(const WanStatus& wan, const PanelLayout& layout, TextBuffer& tex
     }
     text.append(layout_label_value("IP:", wan.ip, layout));
   }
-  if (!connected || !is_wireless(wan.type)) {
-    return;
-  }
-  text.append("\n");
-  text.append(layout_wrap("Signal Strength", layout.chars_per_line));
-  if (wan.strength != kAbsentSignal) {
-    append_figure(text, "RSSI:", format_text(kFigureCapacity, "%d dBm", wan.strength), layout);
-  }
-  if (wan.sinr != kAbsentSignalReal) {
-    append_figure(text, "SINR:", format_text(kFigureCapacity, "%.1f dB", wan.sinr), layout);
-  }
-  if (wan.snr != kAbsentSignalReal) {
-    append_figure(text, "SNR:", format_text(kFigureCapacity, "%.1f dB", wan.snr), layout);
-  }
-  if (wan.ecio != kAbsentSignalReal) {
-    append_figure(text, "Ec/Io:", format_text(kFigureCapacity, "%.1f dB", wan.ecio), layout);
-  }
-  if (wan.rsrp != kAbsentSignal) {
-    append_figure(text, "RSRP:", format_text(kFigureCapacity, "%d dBm", wan.rsrp), layout);
-  }
-  if (wan.rsrq != kAbsentSignalReal) {
-    append_figure(text, "RSRQ:", format_text(kFigureCapacity, "%.1f dB", wan.rsrq), layout);
+  if (connected && is_wireless(wan.type)) {
+    append_signal_block(wan, layout, text);
   }
 }
 
