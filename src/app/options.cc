@@ -9,6 +9,7 @@
 #include "diag/dump.h"
 #include "menus/display_prefs.h"
 #include "menus/panel_access.h"
+#include "platform/numbers.h"
 #include "platform/os.h"
 #include "platform/text_buffer.h"
 #include "tavio/panel_access.h"
@@ -19,8 +20,7 @@ namespace {
 
 // Only 0 (External) and 1 (Power) are panel types; anything else is the External panel.
 int parse_panel_type(const char* argument) {
-  const long value = std::strtol(argument, nullptr, 10);
-  const auto type = static_cast<int>(value);
+  const int type = clamp_to_int(std::strtol(argument, nullptr, 10));
   return (type < 3 && static_cast<unsigned int>(type) < 2U) ? type : kPanelExternal;
 }
 
@@ -28,7 +28,7 @@ int parse_panel_type(const char* argument) {
 
 Options parse_options(int argc, char** argv) {
   Options options;
-  optind = 1;
+  optind = 0;  // a full reset, also of a cluster left half-parsed
   int option;
   while ((option = getopt(argc, argv, "x:di:o:t:s:K")) != -1) {
     switch (option) {

@@ -1,6 +1,5 @@
 #include "handlers/value_read.h"
 
-#include <cstdio>
 #include <cstring>
 #include <optional>
 #include <string>
@@ -8,6 +7,7 @@
 #include "app/json_get.h"
 #include "layout/panel_text.h"
 #include "menus/display_prefs.h"
+#include "platform/numbers.h"
 #include "platform/text_buffer.h"
 #include "status/lan_ha_status.h"
 #include "status/port_status.h"
@@ -32,15 +32,6 @@ struct ItemRequest {
   const PanelLayout& layout;
 };
 
-// Reads the number of a "prefix%d" identifier the way sscanf does; nothing unless it reads.
-std::optional<int> item_number(const char* identifier, const char* format) {
-  int number = 0;
-  if (std::sscanf(identifier, format, &number) != 1) {
-    return std::nullopt;
-  }
-  return number;
-}
-
 Text read_ha_status(const ItemRequest& item) { return render_ha_status(item.layout); }
 Text read_system_time(const ItemRequest& item) { return render_system_time(item.layout); }
 Text read_uptime(const ItemRequest& item) { return render_uptime(item.layout); }
@@ -57,17 +48,17 @@ Text read_remote_assist(const ItemRequest& /*item*/) { return remote_assist_get(
 Text read_wifi_ap(const ItemRequest& item) { return render_wifi_ap(item.layout); }
 
 Text read_lan_port_status(const ItemRequest& item) {
-  const std::optional<int> port = item_number(item.identifier, "lan_port_status_%d");
+  const std::optional<int> port = scan_int_after(item.identifier, "lan_port_status_");
   return port ? render_lan_port_status(*port, item.layout) : std::nullopt;
 }
 
 Text read_wan_status(const ItemRequest& item) {
-  const std::optional<int> id = item_number(item.identifier, "wan_status_%d");
+  const std::optional<int> id = scan_int_after(item.identifier, "wan_status_");
   return id ? render_wan_status(*id, item.layout) : std::nullopt;
 }
 
 Text read_vpn_status(const ItemRequest& item) {
-  const std::optional<int> id = item_number(item.identifier, "vpn_status_%d");
+  const std::optional<int> id = scan_int_after(item.identifier, "vpn_status_");
   return id ? Text(render_vpn_status(*id, item.layout)) : std::nullopt;
 }
 
@@ -80,7 +71,7 @@ Text read_lan_port_speed(const ItemRequest& item) {
 }
 
 Text read_wan_port_speed(const ItemRequest& item) {
-  const std::optional<int> port = item_number(item.identifier, "wan_port_speed_%d");
+  const std::optional<int> port = scan_int_after(item.identifier, "wan_port_speed_");
   return port ? port_media_get(*port) : std::nullopt;
 }
 

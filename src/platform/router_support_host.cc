@@ -1,4 +1,5 @@
-// Host implementation of the router's support library, as the host contract describes it.
+// The router's support library for running off the router: taglist files on plain files under
+// TAVIO_ROOT, number and text lists, and port types from /etc/tavio-host/ports.
 // Every function is a C entry point: no exception may leave one, so each catches its own.
 
 #include <cerrno>
@@ -7,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <string>
 #include <string_view>
@@ -119,7 +121,7 @@ taglist_t* load_taglist_ex(const char* path, int /*mode*/, int /*flags*/) {
     if (!file) {
       return nullptr;
     }
-    auto* list = new taglist;
+    auto list = std::make_unique<taglist>();
     list->path = path;
     std::string line;
     std::string key;
@@ -136,15 +138,14 @@ taglist_t* load_taglist_ex(const char* path, int /*mode*/, int /*flags*/) {
       }
       reading = c != EOF;
       if (tavio::parse_taglist_line(line, &key, &value)) {
-        tavio::set_entry(list, key, value);
+        tavio::set_entry(list.get(), key, value);
       }
       line.clear();
     }
     if (std::ferror(file.get())) {
-      delete list;
       return nullptr;
     }
-    return list;
+    return list.release();
   } catch (...) {
     return nullptr;
   }
@@ -218,11 +219,11 @@ numlist_t* create_numlist(const char* text) {
     if (end == at) {
       break;
     }
-    const std::string token(at, static_cast<std::size_t>(end - at));
     char* stop = nullptr;
     errno = 0;
-    const long number = std::strtol(token.c_str(), &stop, 10);
-    const bool whole = stop != token.c_str() && *stop == '\0' && errno == 0;
+    const long number = std::strtol(at, &stop, 10);
+    // Only a token that is a number from its first to its last character counts.
+    const bool whole = stop == end && errno == 0;
     if (whole && number >= INT_MIN && number <= INT_MAX &&
         insert_numlist(list, static_cast<int>(number)) != 0) {
       free_numlist(list);

@@ -5,6 +5,7 @@
 
 #include "platform/os.h"
 #include "platform/router_support.h"
+#include "platform/numbers.h"
 #include "platform/text_buffer.h"
 
 namespace tavio {
@@ -46,7 +47,7 @@ int api_port() {
   if (settings) {
     const char* value = get_taglist_default_ex(settings.get(), "", "LOCAL_HTTP_PORT");
     if (value[0] != '\0') {
-      g_cached_port = static_cast<int>(std::strtol(value, nullptr, 10));
+      g_cached_port = clamp_to_int(std::strtol(value, nullptr, 10));
     }
   }
   return g_cached_port > 0 ? g_cached_port : kDefaultPort;

@@ -74,7 +74,7 @@ int port_shown_as_lan(const json_t* panel_ports, const json_t* wan, int port) {
     for (std::size_t w = 0; w < json_array_size(order); ++w) {
       const int wan_id = json_order_id(json_array_get(order, w));
       const json_t* connection = json_member_by_id(wan, wan_id);
-      if (connection == nullptr || wan_id != port_id) {
+      if (!json_is_object(connection) || wan_id != port_id) {
         continue;
       }
       // A port that doubles as a WAN is a LAN port only while that WAN lets it be one.

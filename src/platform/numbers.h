@@ -1,0 +1,23 @@
+// Integers as the router reads them: its long is 32 bits wide.
+#ifndef TAVIO_PLATFORM_NUMBERS_H
+#define TAVIO_PLATFORM_NUMBERS_H
+
+#include <climits>
+#include <optional>
+
+namespace tavio {
+
+/// A number read with strtol, limited as a 32-bit strtol limits it.
+[[nodiscard]] inline int clamp_to_int(long long value) {
+  return value > INT_MAX ? INT_MAX : (value < INT_MIN ? INT_MIN : static_cast<int>(value));
+}
+
+/// The number after prefix in text, read like sscanf(text, "<prefix>%d"): the prefix must
+/// match exactly, then blanks, a sign and at least one digit; the digits stop at anything
+/// else. Out-of-range numbers are limited to 32 bits as on the router. Nothing when the
+/// prefix differs or no digit follows.
+[[nodiscard]] std::optional<int> scan_int_after(const char* text, const char* prefix);
+
+}  // namespace tavio
+
+#endif
