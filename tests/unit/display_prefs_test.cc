@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <ostream>
+#include <filesystem>
 #include <string>
 
 #include "tavio/json_ref.h"
@@ -18,27 +18,21 @@ using tavio_test::TempRootTest;
 const std::string kTheme = "/var/run/dorva/tavio/mmi_theme_settings_SN42.json";
 const std::string kFont = "/var/run/dorva/tavio/mmi_font_settings_SN42.json";
 
+JsonPtr parse(const std::string& text) { return json_own(json_loads(text.c_str(), 0, nullptr)); }
+
 class DisplayPrefsTest : public TempRootTest {};
 
-TEST_F(DisplayPrefsTest, ThemeModeTwoOnlyForExactGoogle) {
-  EXPECT_EQ(load_theme_mode("SN42"), 1);  // no file
-  const struct {
-    const char* content;
-    int mode;
-  } cases[] = {{"SUPPORT_THEME=google\n", 2}, {"SUPPORT_THEME=\"google\"\n", 2},
-               {"SUPPORT_THEME=Google\n", 1}, {"SUPPORT_THEME=google \n", 1},
-               {"OTHER=google\n", 1},         {"", 1}};
-  for (const auto& c : cases) {
-    root_.write(kTheme, c.content);
-    EXPECT_EQ(load_theme_mode("SN42"), c.mode) << c.content;
+// "google" exactly and "Google" are golden cases; no file is the default of most of them.
+TEST_F(DisplayPrefsTest, ThemeModeTwoOnlyForExactGoogleInThePanelsOwnFile) {
+  for (const char* content : {"SUPPORT_THEME=google \n", "OTHER=google\n", ""}) {
+    root_.write(kTheme, content);
+    EXPECT_EQ(load_theme_mode("SN42"), 1) << content;
   }
-  EXPECT_EQ(load_theme_mode("OTHER"), 1);
-}
-
-TEST_F(DisplayPrefsTest, NoSerialSharesFileWithEmptySerialPart) {
+  // Without a serial the serial part of the name is empty; another panel's file is not read.
   root_.write("/var/run/dorva/tavio/mmi_theme_settings_.json", "SUPPORT_THEME=google\n");
   EXPECT_EQ(load_theme_mode(nullptr), 2);
   EXPECT_EQ(load_theme_mode(""), 2);
+  EXPECT_EQ(load_theme_mode("SN42"), 1);
 }
 
 TEST_F(DisplayPrefsTest, SaveThemeOnlyIntoExistingFile) {
@@ -52,77 +46,56 @@ TEST_F(DisplayPrefsTest, SaveThemeOnlyIntoExistingFile) {
   EXPECT_EQ(load_theme_mode("SN42"), 1);
 }
 
-TEST_F(DisplayPrefsTest, MatchSkipsEntriesWithZeroAndSavesGrid) {
-  const JsonPtr table = json_own(json_loads(
-      R"([{"sz":1,"ln":4,"ch":21},{"sz":2,"ln":0,"ch":21},{"sz":2,"ln":5,"ch":18},
-          {"sz":2,"ln":6,"ch":16}])",
-      0, nullptr));
+TEST_F(DisplayPrefsTest, MatchTakesFirstFullEntryOfTheSizeAndSavesIt) {
   std::int32_t chars = -1;
   std::int32_t lines = -1;
+  const JsonPtr table = parse(R"([{"sz":1,"ln":4,"ch":21},{"sz":2,"ln":0,"ch":21},
+                                  {"sz":2,"ln":5,"ch":18},{"sz":2,"ln":6,"ch":16}])");
   ASSERT_EQ(match_font_settings(table.get(), "SN42", 2, &chars, &lines), 1);
   EXPECT_EQ(chars, 18);
   EXPECT_EQ(lines, 5);
-  const JsonPtr saved = json_own(json_loads(root_.read(kFont).value_or("").c_str(), 0, nullptr));
-  ASSERT_TRUE(saved);
   const JsonPtr expected = json_own(json_pack("{si,si,si}", "sz", 2, "ln", 5, "ch", 18));
-  EXPECT_TRUE(json_equal(saved.get(), expected.get()));
+  EXPECT_TRUE(json_equal(parse(root_.read(kFont).value_or("")).get(), expected.get()));
 }
 
-TEST_F(DisplayPrefsTest, NoMatchKeepsFileAndOutputs) {
+TEST_F(DisplayPrefsTest, NoMatchOrUnwritableGridKeepsFileAndOutputs) {
   root_.write(kFont, R"({"sz": 1, "ln": 4, "ch": 21})");
   std::int32_t chars = -1;
   std::int32_t lines = -1;
   for (const char* table : {R"([{"sz":3,"ln":6,"ch":16}])", R"([{"sz":2,"ln":5}])", "[]", "{}"}) {
-    const JsonPtr doc = json_own(json_loads(table, 0, nullptr));
-    EXPECT_EQ(match_font_settings(doc.get(), "SN42", 2, &chars, &lines), 0) << table;
+    EXPECT_EQ(match_font_settings(parse(table).get(), "SN42", 2, &chars, &lines), 0) << table;
   }
   EXPECT_EQ(match_font_settings(nullptr, "SN42", 2, &chars, &lines), 0);
-  EXPECT_EQ(chars, -1);
-  EXPECT_EQ(lines, -1);
   EXPECT_EQ(root_.read(kFont), R"({"sz": 1, "ln": 4, "ch": 21})");
-}
-
-TEST_F(DisplayPrefsTest, MatchFailsWhenGridCannotBeWritten) {
-  root_.write(kFont + "/blocker", "");  // the file's name is taken by a folder
-  const JsonPtr table = json_own(json_loads(R"([{"sz":2,"ln":5,"ch":18}])", 0, nullptr));
-  std::int32_t chars = -1;
-  std::int32_t lines = -1;
-  EXPECT_EQ(match_font_settings(table.get(), "SN42", 2, &chars, &lines), 0);
+  // A match whose grid cannot be saved (the file's name is taken by a folder) is no match.
+  std::filesystem::remove(root_.host(kFont));
+  root_.write(kFont + "/blocker", "");
+  EXPECT_EQ(
+      match_font_settings(parse(R"([{"sz":2,"ln":5,"ch":18}])").get(), "SN42", 2, &chars, &lines),
+      0);
   EXPECT_EQ(chars, -1);
   EXPECT_EQ(lines, -1);
 }
 
-struct FontFileCase {
-  const char* name;
-  const char* content;  // null: no file
-  std::int32_t lines, size, chars;
-};
-void PrintTo(const FontFileCase& c, std::ostream* os) { *os << c.name; }
-
-class LoadFontTest : public TempRootTest, public ::testing::WithParamInterface<FontFileCase> {};
-
-TEST_P(LoadFontTest, GivesSavedGridDefaultsOrCallerValues) {
-  const FontFileCase& c = GetParam();
-  if (c.content != nullptr) {
+TEST_F(DisplayPrefsTest, LoadFontGivesSavedGridDefaultsOrCallerValues) {
+  const struct {
+    const char* content;
+    std::int32_t lines, size, chars;
+  } cases[] = {{"sz=2", 4, 1, 21},
+               {R"({"sz": 3, "ln": 6, "ch": 16})", 6, 3, 16},
+               {R"({"sz": 3, "ln": 6})", 7, 8, 9},
+               {R"({"sz": 3, "ln": 0, "ch": 16})", 7, 8, 9}};
+  for (const auto& c : cases) {
     root_.write(kFont, c.content);
+    std::int32_t lines = 7;
+    std::int32_t size = 8;
+    std::int32_t chars = 9;
+    EXPECT_EQ(load_font_settings("SN42", &lines, &size, &chars), 1);
+    EXPECT_EQ(lines, c.lines) << c.content;
+    EXPECT_EQ(size, c.size) << c.content;
+    EXPECT_EQ(chars, c.chars) << c.content;
   }
-  std::int32_t lines = 7;
-  std::int32_t size = 8;
-  std::int32_t chars = 9;
-  EXPECT_EQ(load_font_settings("SN42", &lines, &size, &chars), 1);
-  EXPECT_EQ(lines, c.lines);
-  EXPECT_EQ(size, c.size);
-  EXPECT_EQ(chars, c.chars);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Files, LoadFontTest,
-    ::testing::Values(FontFileCase{"Missing", nullptr, 4, 1, 21},
-                      FontFileCase{"NotJson", "sz=2", 4, 1, 21},
-                      FontFileCase{"Saved", R"({"sz": 3, "ln": 6, "ch": 16})", 6, 3, 16},
-                      FontFileCase{"NoChars", R"({"sz": 3, "ln": 6})", 7, 8, 9},
-                      FontFileCase{"ZeroLines", R"({"sz": 3, "ln": 0, "ch": 16})", 7, 8, 9}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST_F(DisplayPrefsTest, TargetFontSizeFromFileElseTwo) {
   EXPECT_EQ(target_font_size(), 2);

@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <ostream>
 #include <string>
+#include <utility>
 
 #include "tavio/json_ref.h"
 
@@ -27,41 +27,25 @@ PanelLayout grid(int theme) {
   return make_panel_layout(layout, theme, 1, 21, 4);
 }
 
-struct EntryCase {
-  const char* name;
-  const char* access;
-  int ttl;
-  const char* hint;
-  const char* expected;
-};
-void PrintTo(const EntryCase& c, std::ostream* os) { *os << c.name; }
-
-class MenuEntryTest : public ::testing::TestWithParam<EntryCase> {};
-
-TEST_P(MenuEntryTest, TtlOnlyForReadAccessAndHintWhenGiven) {
-  const EntryCase& c = GetParam();
-  EXPECT_EQ(dump(menu_item_entry("e", "E", "poll", c.access, "k1", c.ttl, c.hint, nullptr)),
-            c.expected);
+TEST(MenuEntry, TtlOnlyForReadAccessAndHintWhenGiven) {
+  const struct {
+    const char* access;
+    int ttl;
+    const char* hint;
+    const char* content;  // the entry's "c" object
+  } cases[] = {{"r", 5, nullptr, R"({"a":"r","k":"k1","qt":"poll","ttl":5})"},
+               {"r", -1, nullptr, R"({"a":"r","k":"k1","qt":"poll","ttl":-1})"},
+               {"rw", 5, "", R"({"a":"rw","k":"k1","qt":"poll","ttl":5})"},
+               {"w", 5, nullptr, R"({"a":"w","k":"k1","qt":"poll"})"},
+               {"rwx", 5, nullptr, R"({"a":"rwx","k":"k1","qt":"poll"})"},
+               {"ro", 5, nullptr, R"({"a":"ro","k":"k1","qt":"poll"})"},
+               {"w", 0, "Press OK", R"({"a":"w","ht":"Press OK","k":"k1","qt":"poll"})"}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(dump(menu_item_entry("e", "E", "poll", c.access, "k1", c.ttl, c.hint, nullptr)),
+              std::string(R"({"c":)") + c.content + R"(,"id":"e","t":"E"})")
+        << c.access << " " << c.ttl;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Access, MenuEntryTest,
-    ::testing::Values(
-        EntryCase{"Read", "r", 5, nullptr,
-                  R"({"c":{"a":"r","k":"k1","qt":"poll","ttl":5},"id":"e","t":"E"})"},
-        EntryCase{"ReadNegativeTtl", "r", -1, nullptr,
-                  R"({"c":{"a":"r","k":"k1","qt":"poll","ttl":-1},"id":"e","t":"E"})"},
-        EntryCase{"ReadWrite", "rw", 5, "",
-                  R"({"c":{"a":"rw","k":"k1","qt":"poll","ttl":5},"id":"e","t":"E"})"},
-        EntryCase{"WriteOnly", "w", 5, nullptr,
-                  R"({"c":{"a":"w","k":"k1","qt":"poll"},"id":"e","t":"E"})"},
-        EntryCase{"ThreeLetters", "rwx", 5, nullptr,
-                  R"({"c":{"a":"rwx","k":"k1","qt":"poll"},"id":"e","t":"E"})"},
-        EntryCase{"ReadOther", "ro", 5, nullptr,
-                  R"({"c":{"a":"ro","k":"k1","qt":"poll"},"id":"e","t":"E"})"},
-        EntryCase{"Hint", "w", 0, "Press OK",
-                  R"({"c":{"a":"w","ht":"Press OK","k":"k1","qt":"poll"},"id":"e","t":"E"})"}),
-    [](const auto& info) { return std::string(info.param.name); });
 
 TEST(MenuEntry, MissingRequiredTextGivesNull) {
   const char* const ok = "x";
@@ -89,51 +73,41 @@ TEST(MenuEntry, SelectionIsTakenOverNotCopied) {
   json_decref(probe);
 }
 
-TEST(MenuText, LaysOutFirst255CharactersRawKeepsAll) {
+TEST(MenuText, LaysOutFirst255CharactersRawKeepsAllIdOptional) {
   const std::string text(300, 'q');
   const std::string cut(255, 'q');
   EXPECT_EQ(dump(menu_item_text("about", "About", text.c_str(), grid(1))),
             R"({"c":{"st":")" + cut + R"("},"id":"about","t":"About"})");
   // The alternative theme adds its empty top line after the cut.
-  EXPECT_EQ(dump(menu_item_text("about", "About", text.c_str(), grid(2))),
-            R"({"c":{"st":"\n)" + cut + R"("},"id":"about","t":"About"})");
-  EXPECT_EQ(dump(menu_item_text_raw("about", "About", text.c_str())),
-            R"({"c":{"st":")" + text + R"("},"id":"about","t":"About"})");
+  EXPECT_EQ(dump(menu_item_text(nullptr, "About", text.c_str(), grid(2))),
+            R"({"c":{"st":"\n)" + cut + R"("},"t":"About"})");
+  EXPECT_EQ(dump(menu_item_text_raw(nullptr, "About", text.c_str())),
+            R"({"c":{"st":")" + text + R"("},"t":"About"})");
 }
 
-TEST(MenuText, IdOptionalTitleAndTextRequired) {
-  EXPECT_EQ(dump(menu_item_text(nullptr, "Model", "R-200", grid(1))),
-            R"({"c":{"st":"R-200"},"t":"Model"})");
-  EXPECT_EQ(dump(menu_item_text(nullptr, "Model", "R-200", grid(2))),
-            R"({"c":{"st":"\nR-200"},"t":"Model"})");
-  EXPECT_EQ(dump(menu_item_text_raw(nullptr, "Model", "R-200")),
-            R"({"c":{"st":"R-200"},"t":"Model"})");
-  EXPECT_FALSE(menu_item_text("m", "", "R-200", grid(1)));
-  EXPECT_FALSE(menu_item_text("m", nullptr, "R-200", grid(1)));
-  EXPECT_FALSE(menu_item_text("m", "Model", "", grid(1)));
-  EXPECT_FALSE(menu_item_text("m", "Model", nullptr, grid(1)));
-  EXPECT_FALSE(menu_item_text_raw("m", "", "R-200"));
-  EXPECT_FALSE(menu_item_text_raw("m", "Model", nullptr));
+TEST(MenuText, TitleAndTextRequired) {
+  const std::pair<const char*, const char*> missing[] = {
+      {"", "R-200"}, {nullptr, "R-200"}, {"Model", ""}, {"Model", nullptr}};
+  for (const auto& [title, text] : missing) {
+    EXPECT_FALSE(menu_item_text("m", title, text, grid(1)));
+    EXPECT_FALSE(menu_item_text_raw("m", title, text));
+  }
 }
 
 TEST(MenuSeparator, DashesForCount) {
   EXPECT_EQ(dump(menu_item_separator(0)), R"({"t":""})");
   EXPECT_EQ(dump(menu_item_separator(-3)), R"({"t":""})");
   EXPECT_EQ(dump(menu_item_separator(16)), R"({"t":"----------------"})");
+  EXPECT_EQ(dump(menu_item_separator(500)), R"({"t":")" + std::string(127, '-') + R"("})");
 }
 
-TEST(MenuCustomContent, WrapsAtLineWidthIntoOneItemMenu) {
-  const std::string text = std::string(21, 'a') + std::string(9, 'b');
-  EXPECT_EQ(dump(menu_item_custom_content(text.c_str(), grid(1))),
-            R"([{"id":"custom_menu_content","st":")" + std::string(21, 'a') + R"(\n)" +
-                std::string(9, 'b') + R"("}])");
-}
-
-TEST(MenuCustomContent, WrappedTextCutTo511Characters) {
+TEST(MenuCustomContent, OneItemMenuWrappedAtLineWidthAndCutTo511Characters) {
   const std::string text(600, 'z');  // 628 characters once wrapped at 21
   const JsonPtr menu = menu_item_custom_content(text.c_str(), grid(1));
   ASSERT_EQ(json_array_size(menu.get()), 1u);
-  const std::string st = json_string_value(json_object_get(json_array_get(menu.get(), 0), "st"));
+  const json_t* item = json_array_get(menu.get(), 0);
+  EXPECT_STREQ(json_string_value(json_object_get(item, "id")), "custom_menu_content");
+  const std::string st = json_string_value(json_object_get(item, "st"));
   ASSERT_EQ(st.size(), 511u);
   EXPECT_EQ(st.substr(0, 22), std::string(21, 'z') + "\n");
   EXPECT_EQ(st.substr(505), "\nzzzzz");  // 23 lines of 21 and a break, then 5 more

@@ -9,8 +9,8 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -21,21 +21,18 @@ namespace tavio_test {
 /// The run directory, which tavio never creates: the root provides it.
 inline constexpr const char* kRunDir = "/var/run/dorva/tavio";
 
-/// A fresh root made with mkdtemp, set as TAVIO_ROOT and taken up by root_check(), with the
-/// run directory in place; removed with everything in it when the object goes.
+/// A fresh root made with mkdtemp (under TMPDIR), set as TAVIO_ROOT and taken up by
+/// root_check(), with the run directory in place; removed with its contents at the end.
 class TempRoot {
  public:
   TempRoot() {
-    const char* tmp = std::getenv("TMPDIR");
-    std::string pattern =
-        std::string(tmp != nullptr && tmp[0] == '/' ? tmp : "/tmp") + "/tavio-unit-XXXXXX";
-    if (::mkdtemp(&pattern[0]) == nullptr) {
-      return;
+    std::string pattern = (std::filesystem::temp_directory_path() / "tavio-unit-XXXXXX").string();
+    if (::mkdtemp(&pattern[0]) != nullptr) {
+      path_ = pattern;
+      ::setenv("TAVIO_ROOT", path_.c_str(), 1);
+      ok_ = !tavio::root_check() && tavio::root_prefix() == path_ &&
+            std::filesystem::create_directories(host(kRunDir));
     }
-    path_ = pattern;
-    ::setenv("TAVIO_ROOT", path_.c_str(), 1);
-    ok_ = !tavio::root_check() && tavio::root_prefix() == path_ &&
-          std::filesystem::create_directories(host(kRunDir));
   }
   ~TempRoot() {
     std::error_code ignored;
@@ -62,9 +59,7 @@ class TempRoot {
     if (!in) {
       return std::nullopt;
     }
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
   }
   [[nodiscard]] bool exists(const std::string& router_path) const {
     return std::filesystem::exists(host(router_path));
