@@ -3,9 +3,9 @@
 #include <cstdlib>
 #include <new>
 
+#include "platform/numbers.h"
 #include "platform/os.h"
 #include "platform/router_support.h"
-#include "platform/numbers.h"
 #include "platform/text_buffer.h"
 
 namespace tavio {
