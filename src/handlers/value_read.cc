@@ -48,17 +48,17 @@ Text read_remote_assist(const ItemRequest& /*item*/) { return remote_assist_get(
 Text read_wifi_ap(const ItemRequest& item) { return render_wifi_ap(item.layout); }
 
 Text read_lan_port_status(const ItemRequest& item) {
-  const std::optional<int> port = scan_int_after(item.identifier, "lan_port_status_");
+  const std::optional<int> port = scan_int(item.suffix);
   return port ? render_lan_port_status(*port, item.layout) : std::nullopt;
 }
 
 Text read_wan_status(const ItemRequest& item) {
-  const std::optional<int> id = scan_int_after(item.identifier, "wan_status_");
+  const std::optional<int> id = scan_int(item.suffix);
   return id ? render_wan_status(*id, item.layout) : std::nullopt;
 }
 
 Text read_vpn_status(const ItemRequest& item) {
-  const std::optional<int> id = scan_int_after(item.identifier, "vpn_status_");
+  const std::optional<int> id = scan_int(item.suffix);
   return id ? Text(render_vpn_status(*id, item.layout)) : std::nullopt;
 }
 
@@ -71,7 +71,7 @@ Text read_lan_port_speed(const ItemRequest& item) {
 }
 
 Text read_wan_port_speed(const ItemRequest& item) {
-  const std::optional<int> port = scan_int_after(item.identifier, "wan_port_speed_");
+  const std::optional<int> port = scan_int(item.suffix);
   return port ? port_media_get(*port) : std::nullopt;
 }
 

@@ -18,6 +18,11 @@ namespace tavio {
 /// prefix differs or no digit follows.
 [[nodiscard]] std::optional<int> scan_int_after(const char* text, const char* prefix);
 
+/// The number at the start of text, read like sscanf(text, "%d") with 32-bit limits.
+[[nodiscard]] inline std::optional<int> scan_int(const char* text) {
+  return scan_int_after(text, "");
+}
+
 }  // namespace tavio
 
 #endif

@@ -58,10 +58,6 @@ FilePtr open_file(const HostPath& path, const char* mode) {
 
 bool remove_file(const HostPath& path) { return ::unlink(path.c_str()) == 0; }
 
-bool rename_file(const HostPath& from, const HostPath& to) {
-  return std::rename(from.c_str(), to.c_str()) == 0;
-}
-
 bool replace_file_atomically(const HostPath& final_path, std::string_view text) {
   std::string temp = final_path.str() + ".XXXXXX";
   const int fd = ::mkstemp(&temp[0]);

@@ -48,8 +48,6 @@ using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 [[nodiscard]] FilePtr open_file(const HostPath& path, const char* mode);
 /// unlink; false when nothing was removed.
 bool remove_file(const HostPath& path);
-/// rename within one file system; false on failure.
-bool rename_file(const HostPath& from, const HostPath& to);
 /// Writes text into a new file created next to final_path, then renames it over final_path,
 /// so readers see the old file or the new one, never half of one.
 bool replace_file_atomically(const HostPath& final_path, std::string_view text);
