@@ -2,16 +2,14 @@
 
 #include <cctype>
 #include <cstdlib>
-#include <cstring>
 
 namespace tavio {
 
-std::optional<int> scan_int_after(const char* text, const char* prefix) {
-  const std::size_t length = std::strlen(prefix);
-  if (text == nullptr || std::strncmp(text, prefix, length) != 0) {
+std::optional<int> scan_int(const char* text) {
+  if (text == nullptr) {
     return std::nullopt;
   }
-  const char* at = text + length;
+  const char* at = text;
   while (std::isspace(static_cast<unsigned char>(*at)) != 0) {
     ++at;
   }

@@ -12,16 +12,10 @@ namespace tavio {
   return value > INT_MAX ? INT_MAX : (value < INT_MIN ? INT_MIN : static_cast<int>(value));
 }
 
-/// The number after prefix in text, read like sscanf(text, "<prefix>%d"): the prefix must
-/// match exactly, then blanks, a sign and at least one digit; the digits stop at anything
-/// else. Out-of-range numbers are limited to 32 bits as on the router. Nothing when the
-/// prefix differs or no digit follows.
-[[nodiscard]] std::optional<int> scan_int_after(const char* text, const char* prefix);
-
-/// The number at the start of text, read like sscanf(text, "%d") with 32-bit limits.
-[[nodiscard]] inline std::optional<int> scan_int(const char* text) {
-  return scan_int_after(text, "");
-}
+/// The number at the start of text, read like sscanf(text, "%d"): blanks, a sign and at
+/// least one digit; the digits stop at anything else. Out-of-range numbers are limited to
+/// 32 bits as on the router. Nothing when no digit follows.
+[[nodiscard]] std::optional<int> scan_int(const char* text);
 
 }  // namespace tavio
 
