@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "app/json_get.h"
+#include "platform/json_get.h"
 #include "handlers/menu_request.h"
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"

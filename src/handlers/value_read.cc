@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "app/json_get.h"
+#include "platform/json_get.h"
 #include "layout/panel_text.h"
 #include "menus/display_prefs.h"
 #include "platform/numbers.h"

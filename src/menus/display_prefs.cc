@@ -3,8 +3,9 @@
 #include <cstdio>
 #include <string>
 
-#include "app/json_get.h"
+#include "platform/json_get.h"
 #include "platform/os.h"
+#include "platform/router_paths.h"
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"
 #include "tavio/panel_layout.h"
@@ -12,16 +13,15 @@
 namespace tavio {
 namespace {
 
-const char* const kTargetFontSizeFile = "/etc/ac/mmi_target_font_size";
 constexpr int kDefaultTargetFontSize = 2;
 
 std::string theme_file(const char* serial) {
-  return format_text(kPathCapacity, "/var/run/dorva/tavio/mmi_theme_settings_%s.json",
+  return format_text(kPathCapacity, kThemeSettingsFormat,
                      serial == nullptr ? "" : serial);
 }
 
 std::string font_file(const char* serial) {
-  return format_text(kPathCapacity, "/var/run/dorva/tavio/mmi_font_settings_%s.json",
+  return format_text(kPathCapacity, kFontSettingsFormat,
                      serial == nullptr ? "" : serial);
 }
 

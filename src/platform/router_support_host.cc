@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "platform/os.h"
+#include "platform/router_paths.h"
 #include "platform/router_support.h"
 
 struct taglist {
@@ -28,7 +29,6 @@ namespace {
 
 constexpr std::size_t kTaglistKeyCapacity = 128;
 constexpr std::size_t kTaglistLineMax = 4096;
-const char* const kHostPortsFile = "/etc/tavio-host/ports";
 
 bool is_key_char(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';

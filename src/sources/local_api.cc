@@ -5,13 +5,13 @@
 
 #include "platform/numbers.h"
 #include "platform/os.h"
+#include "platform/router_paths.h"
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"
 
 namespace tavio {
 namespace {
 
-const char* const kPortFile = "/etc/localhost_http_port";
 const char* const kDefaultHeaders = "WEB-ADMIN-ACCESS-MODE: RW\n";
 const char* const kJsonContentType = "Content-Type: application/json\n";
 constexpr int kDefaultPort = 80;
@@ -43,7 +43,7 @@ int api_port() {
   if (g_cached_port > 0) {
     return g_cached_port;
   }
-  const TaglistPtr settings = load_taglist(kPortFile);
+  const TaglistPtr settings = load_taglist(kApiPortFile);
   if (settings) {
     const char* value = get_taglist_default_ex(settings.get(), "", "LOCAL_HTTP_PORT");
     if (value[0] != '\0') {
@@ -78,17 +78,17 @@ ApiResultPtr api_request(const char* body, const char* headers, const char* path
   if (!result) {
     return nullptr;
   }
-  result->header_path = run_file("/var/run/dorva/tavio/wget_ext_hdr_%d.txt");
+  result->header_path = run_file(kApiHeaderFormat);
   if (!write_text_file(result->header_path.c_str(),
                        headers == nullptr ? kDefaultHeaders : headers)) {
     return nullptr;
   }
-  result->result_path = run_file("/var/run/dorva/tavio/wget_result_%d.json");
+  result->result_path = run_file(kApiResultFormat);
   const std::string header = HostPath::system(result->header_path).str();
   const std::string output = HostPath::system(result->result_path).str();
   std::string command;
   if (body != nullptr) {
-    result->input_path = run_file("/var/run/dorva/tavio/wget_input_%d.txt");
+    result->input_path = run_file(kApiInputFormat);
     if (!write_text_file(result->input_path.c_str(), body)) {
       return nullptr;
     }
@@ -119,8 +119,8 @@ void api_result_free(ApiResultPtr result) { result.reset(); }
 
 int api_post_no_reply(const char* path, const char* body) {
   const std::string base = api_base_url(kPathCapacity);
-  const std::string header_path = run_file("/var/run/dorva/tavio/wget_ext_hdr_%d.txt");
-  const std::string input_path = run_file("/var/run/dorva/tavio/wget_input_%d.txt");
+  const std::string header_path = run_file(kApiHeaderFormat);
+  const std::string input_path = run_file(kApiInputFormat);
   if (!write_text_file(header_path.c_str(), api_json_headers().c_str())) {
     return 0;
   }

@@ -3,8 +3,9 @@
 #include <cstdint>
 #include <cstring>
 
-#include "app/json_get.h"
+#include "platform/json_get.h"
 #include "layout/panel_text.h"
+#include "platform/router_paths.h"
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"
 #include "sources/local_api.h"
@@ -14,7 +15,6 @@ namespace {
 
 constexpr std::size_t kTitleCapacity = 64;
 constexpr std::size_t kAddressCapacity = 16;
-const char* const kHaStatusFile = "/var/run/dorva/ha_status";
 
 struct HaSettings {
   bool on = false;

@@ -4,9 +4,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "app/json_get.h"
+#include "platform/json_get.h"
 #include "layout/panel_text.h"
 #include "platform/os.h"
+#include "platform/router_paths.h"
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"
 #include "sources/local_api.h"
@@ -16,8 +17,6 @@ namespace {
 
 constexpr std::size_t kLinkCapacity = 64;
 constexpr int kSpeedLineLength = 255;
-const char* const kConfigRun = "/usr/local/velto/conf/config.run";
-const char* const kInterfaceSpeedFile = "/etc/corvane_interface_speed";
 
 // Every speed the panel does not name is shown as 10baseT.
 const char* speed_word(int speed) {

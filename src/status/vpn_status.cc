@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "app/json_get.h"
+#include "platform/json_get.h"
 #include "layout/panel_text.h"
 #include "platform/text_buffer.h"
 #include "sources/local_api.h"

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "layout/panel_text.h"
+#include "platform/router_paths.h"
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"
 #include "sources/local_api.h"
@@ -10,7 +11,6 @@
 namespace tavio {
 namespace {
 
-const char* const kConfigRun = "/usr/local/velto/conf/config.run";
 
 }  // namespace
 

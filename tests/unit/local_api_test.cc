@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "app/json_get.h"
+#include "platform/json_get.h"
 #include "platform/text_buffer.h"
 #include "temp_root.h"
 

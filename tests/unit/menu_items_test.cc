@@ -1,5 +1,5 @@
 // The menu-item schema as the display receives it, compared as compact JSON with sorted keys.
-#include "app/menu_items.h"
+#include "layout/menu_items.h"
 
 #include <gtest/gtest.h>
 

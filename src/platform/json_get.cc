@@ -1,4 +1,4 @@
-#include "app/json_get.h"
+#include "platform/json_get.h"
 
 #include <cstdio>
 

@@ -1,6 +1,6 @@
 // Reading named members of request and reply documents, with defaults. None of them fails.
-#ifndef TAVIO_APP_JSON_GET_H
-#define TAVIO_APP_JSON_GET_H
+#ifndef TAVIO_PLATFORM_JSON_GET_H
+#define TAVIO_PLATFORM_JSON_GET_H
 
 #include <jansson.h>
 

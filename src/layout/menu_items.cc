@@ -1,4 +1,4 @@
-#include "app/menu_items.h"
+#include "layout/menu_items.h"
 
 #include <algorithm>
 #include <string>
