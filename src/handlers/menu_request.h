@@ -4,16 +4,15 @@
 
 #include <jansson.h>
 
+#include "tavio/exchange.h"
 #include "tavio/json_ref.h"
 
 namespace tavio {
 
 /// {"type": "menuReq", "resp": ...} for the request body req, or null.
-[[nodiscard]] JsonPtr handle_menu_request(const json_t* req, const char* serial, int access_state,
-                                          int panel_type, int theme_mode);
+[[nodiscard]] JsonPtr handle_menu_request(const json_t* req, const Exchange& exchange);
 /// {"type": "menuUpdate", "req": ...}: the top menu, or the custom text menu; or null.
-[[nodiscard]] JsonPtr build_menu_update(const char* serial, int access_state, int panel_type,
-                                        const char* text, int theme_mode);
+[[nodiscard]] JsonPtr build_menu_update(const Exchange& exchange, const char* text);
 
 }  // namespace tavio
 

@@ -4,12 +4,13 @@
 
 #include <jansson.h>
 
+#include "tavio/exchange.h"
 #include "tavio/json_ref.h"
 
 namespace tavio {
 
 /// {"type": "valueWrite", "resp": {"list": [...]}} for the request body req, or null.
-[[nodiscard]] JsonPtr handle_value_write(const json_t* req, const char* serial);
+[[nodiscard]] JsonPtr handle_value_write(const json_t* req, const Exchange& exchange);
 
 }  // namespace tavio
 

@@ -30,11 +30,8 @@ JsonPtr menu_item_text(const char* id, const char* title, const char* text,
     return nullptr;
   }
   const std::string kept = cut_text(text, kTextCapacity);
-  const std::optional<std::string> laid_out = layout_finish(layout, kept, kTextCapacity);
-  if (!laid_out) {
-    return nullptr;
-  }
-  JsonPtr item = json_own(json_pack("{ss,s{ss}}", "t", title, "c", "st", laid_out->c_str()));
+  const std::string laid_out = layout_finish(layout, kept, kTextCapacity);
+  JsonPtr item = json_own(json_pack("{ss,s{ss}}", "t", title, "c", "st", laid_out.c_str()));
   if (item && id != nullptr) {
     json_object_set_new_nocheck(item.get(), "id", json_string(id));
   }

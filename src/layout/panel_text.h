@@ -27,10 +27,9 @@ namespace tavio {
 [[nodiscard]] std::string layout_label_value(std::string_view label, std::string_view value,
                                              const PanelLayout& layout);
 /// The finished panel text: the alternative theme pushes a text shorter than the screen one
-/// line down. Nothing for no text.
-[[nodiscard]] std::optional<std::string> layout_finish(const PanelLayout& layout,
-                                                       std::optional<std::string_view> text,
-                                                       std::size_t capacity);
+/// line down.
+[[nodiscard]] std::string layout_finish(const PanelLayout& layout, std::string_view text,
+                                        std::size_t capacity);
 
 }  // namespace tavio
 

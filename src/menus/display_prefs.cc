@@ -16,28 +16,26 @@ namespace {
 constexpr int kDefaultTargetFontSize = 2;
 
 std::string theme_file(const char* serial) {
-  return format_text(kPathCapacity, kThemeSettingsFormat,
-                     serial == nullptr ? "" : serial);
+  return format_text(kPathCapacity, kThemeSettingsFormat, serial == nullptr ? "" : serial);
 }
 
 std::string font_file(const char* serial) {
-  return format_text(kPathCapacity, kFontSettingsFormat,
-                     serial == nullptr ? "" : serial);
+  return format_text(kPathCapacity, kFontSettingsFormat, serial == nullptr ? "" : serial);
 }
 
 }  // namespace
 
-int load_theme_mode(const char* serial) {
+ThemeMode load_theme_mode(const char* serial) {
   const TaglistPtr settings = load_taglist(theme_file(serial).c_str());
   if (!settings) {
-    return kThemeDefault;
+    return ThemeMode::kDefault;
   }
   const std::string theme = get_taglist_default_ex(settings.get(), "", "SUPPORT_THEME");
-  return theme == "google" ? kThemeAlternative : kThemeDefault;
+  return theme == "google" ? ThemeMode::kAlternative : ThemeMode::kDefault;
 }
 
-int value_read_theme_mode(const char* serial, int mode) {
-  return load_theme_mode(serial) == mode ? mode : kThemeDefault;
+ThemeMode narrow_theme_mode(const char* serial, ThemeMode mode) {
+  return load_theme_mode(serial) == mode ? mode : ThemeMode::kDefault;
 }
 
 int save_theme_setting(const char* serial, const char* theme) {
@@ -97,27 +95,24 @@ int match_font_settings(const json_t* font_table, const char* serial, std::int32
   return 1;
 }
 
-int load_font_settings(const char* serial, std::int32_t* lines, std::int32_t* size,
-                       std::int32_t* chars_per_line) {
+PanelLayout load_font_settings(const char* serial) {
+  PanelLayout layout;
   const JsonPtr saved = load_json_file(HostPath::system(font_file(serial)));
   if (!saved) {
-    *size = 1;
-    *lines = 4;
-    *chars_per_line = 21;
-    return 1;
+    return layout;
   }
   const std::int32_t sz = jget_int(saved.get(), "sz", 0);
   const std::int32_t ln = jget_int(saved.get(), "ln", 0);
   const std::int32_t ch = jget_int(saved.get(), "ch", 0);
   if (sz != 0 && ln != 0 && ch != 0) {
-    *size = sz;
-    *lines = ln;
-    *chars_per_line = ch;
+    layout.font_size = sz;
+    layout.lines = ln;
+    layout.chars_per_line = ch;
   }
-  return 1;
+  return layout;
 }
 
-JsonPtr keyset_input_spec() {
+JsonPtr keyset_input_list() {
   return json_own(json_pack("[{ss,s[s]}]", "tp", "ks", "cl", "0123456789ABCDEF"));
 }
 
