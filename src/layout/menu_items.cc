@@ -75,6 +75,17 @@ JsonPtr menu_item_entry(const char* id, const char* title, const char* query_typ
   return json_own(json_pack("{ss,ss,so}", "id", id, "t", title, "c", content.release()));
 }
 
+JsonPtr menu_item_submenu(const char* id, const char* title, JsonPtr items) {
+  if (!items) {
+    return nullptr;
+  }
+  return json_own(json_pack("{ss,ss,so}", "id", id, "t", title, "m", items.release()));
+}
+
+JsonPtr menu_item_poll(const char* id, const char* title, const char* key, std::int32_t ttl) {
+  return menu_item_entry(id, title, "poll", "r", key, ttl, nullptr, nullptr);
+}
+
 JsonPtr menu_item_custom_content(const char* text, const PanelLayout& layout) {
   JsonPtr menu = json_own(json_array());
   const std::string wrapped =

@@ -17,6 +17,7 @@ constexpr std::size_t kPathCapacity = 64;       ///< run-directory and configura
 constexpr std::size_t kTextCapacity = 256;      ///< panel texts and command-line options
 constexpr std::size_t kLongTextCapacity = 512;  ///< multi-line panel texts, command lines
 constexpr std::size_t kSerialCapacity = 16;     ///< a panel serial: 15 characters
+constexpr std::size_t kItemIdCapacity = 64;     ///< item identifiers the menus hand out
 /// The largest text buffer of all; nothing longer ever reaches the panel.
 constexpr std::size_t kMaxTextCapacity = 4096;
 
