@@ -37,7 +37,8 @@ std::string layout_wrap(std::string_view text, int width) {
   if (width == 0) {
     return std::string();
   }
-  // The width is compared as an unsigned number, as the firmware does.
+  // The width is compared as an unsigned number, so a negative width from a damaged font
+  // table never breaks a line.
   const auto line = static_cast<std::size_t>(static_cast<unsigned int>(width));
   if (text.size() <= line) {
     return std::string(text);

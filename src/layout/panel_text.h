@@ -2,7 +2,7 @@
 //
 // The display does no layout of its own: every text arrives broken into lines with "\n" and
 // padded with spaces. These routines are pure; callers collect their pieces in a TextBuffer
-// of the text's capacity, which cuts the whole text exactly where the panel firmware would.
+// of the text's capacity, which cuts the whole text at the panel's text size.
 #ifndef TAVIO_LAYOUT_PANEL_TEXT_H
 #define TAVIO_LAYOUT_PANEL_TEXT_H
 

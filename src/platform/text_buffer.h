@@ -1,8 +1,9 @@
-// Fixed-capacity text, as the router firmware keeps it in C buffers.
+// Texts of fixed capacity.
 //
-// The panel's protocol was shaped by fixed C buffers: a serial fits 16 bytes, paths 64,
-// panel texts 256 or 512. Whatever does not fit is cut at the end and everything appended
-// after that is dropped. TextBuffer reproduces exactly that, in one place.
+// The panel protocol's texts have fixed sizes: a serial fits 16 bytes, paths 64, panel texts
+// 256 or 512, command lines 512. Whatever does not fit is cut at the end and everything
+// appended after that is dropped, so the panel always sees the same cut. TextBuffer is the one
+// place that cuts.
 #ifndef TAVIO_PLATFORM_TEXT_BUFFER_H
 #define TAVIO_PLATFORM_TEXT_BUFFER_H
 
