@@ -6,6 +6,7 @@
 
 #include "handlers/item_rows.h"
 #include "layout/panel_text.h"
+#include "power/external_power.h"
 #include "power/unit_status.h"
 #include "platform/json_get.h"
 #include "platform/text_buffer.h"
@@ -82,8 +83,13 @@ Text read_port_control(const ValueRequest& item) {
   return pmu_port_state(item.args.unit, item.args.number);
 }
 
-// External power and batteries are not served yet: their items read "".
-Text read_unavailable(const ValueRequest& /*item*/) { return std::nullopt; }
+Text read_input_power(const ValueRequest& item) {
+  return extpower_render_input_power(item.layout);
+}
+Text read_battery(const ValueRequest& item) {
+  return battery_render_one(item.args.number, item.layout);
+}
+Text read_batteries(const ValueRequest& item) { return battery_render_all(item.layout); }
 
 struct ValueRow {
   ItemKey key;
@@ -141,9 +147,9 @@ const ValueRow kValueRows[] = {
     {{"lan_port_speed", kExact}, read_lan_port_speed},
     {{"wan_port_speed_", kNumber}, read_wan_port_speed},
     {{"remote_assist", kExact}, read_remote_assist},
-    {{"pwr_consume_status_input_power", kExact}, read_unavailable},
-    {{"pwr_consume_status_battery_", ItemSuffix::kBatteryNumber}, read_unavailable},
-    {{"pwr_consume_status_battery", kExact}, read_unavailable},
+    {{"pwr_consume_status_input_power", kExact}, read_input_power},
+    {{"pwr_consume_status_battery_", ItemSuffix::kBatteryNumber}, read_battery},
+    {{"pwr_consume_status_battery", kExact}, read_batteries},
     {{"wifi_ap_status", kExact}, read_wifi_ap},
 };
 
