@@ -1,8 +1,223 @@
 #include "diag/dump.h"
 
-namespace tavio {
+#include <jansson.h>
 
-// The service view has nothing to print yet.
-void run_dump_mode(PanelType /*panel_type*/) {}
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "menus/display_prefs.h"
+#include "menus/main_menu.h"
+#include "platform/json_get.h"
+#include "platform/router_support.h"
+#include "power/device_commands.h"
+#include "power/external_power.h"
+#include "power/unit_status.h"
+#include "status/lan_ha_status.h"
+#include "status/port_status.h"
+#include "status/system_info.h"
+#include "status/traffic_status.h"
+#include "status/vpn_status.h"
+#include "status/wan_status.h"
+#include "status/wifi_status.h"
+
+namespace tavio {
+namespace {
+
+using Text = std::optional<std::string>;
+
+const char* or_fallback(const Text& text, const char* fallback) {
+  return text ? text->c_str() : fallback;
+}
+
+void print_menu(const JsonPtr& menu) {
+  std::printf("\n ---------------- Read menu test\n");
+  char* text = menu ? json_dumps(menu.get(), 0) : nullptr;
+  if (text != nullptr) {
+    std::printf("\tMenu JSON\t=\n\t%s\n\n", text);
+    std::free(text);
+  } else {
+    std::printf("\tFail to create Menu JSON!!\n\n");
+  }
+}
+
+void print_device_info(const PanelLayout& layout) {
+  const std::optional<DeviceInfo> info = device_info_collect();
+  const DeviceInfo* device = info ? &*info : nullptr;
+  std::printf("\tHardware revision = [%s]\n",
+              or_fallback(render_hardware_revision(device, layout), "<Fail to load value!>"));
+  std::printf("\tFirmware version = [%s]\n",
+              or_fallback(render_firmware(device, layout), "<Fail to load FW version!>"));
+  std::printf("\tDevice name\t= ['%s']\n",
+              or_fallback(render_device_name(device, layout), "<Fail to load Device name!>"));
+  std::printf("\tSerial number\t= ['%s']\n",
+              or_fallback(render_serial_number(device, layout), "<Fail to load Serial number!>"));
+}
+
+// The integrated and external PMUs of the list, counted from 1; PDUs are not dumped.
+void dump_pmu_by_type(PowerUnitType type, const json_t* list, const PanelLayout& layout) {
+  static const char* const kName = "dump_pmu_by_type";
+  if (!json_is_array(list)) {
+    std::printf("%s: pmu list is empty!\n", kName);
+    return;
+  }
+  int count = 0;
+  for (std::size_t i = 0; i < json_array_size(list); ++i) {
+    const json_t* unit = json_array_get(list, i);
+    const char* product = jget_string(unit, "prod", "");
+    const char* serial = jget_string(unit, "sn", "");
+    if (power_unit_type_of(product) != type || serial[0] == '\0') {
+      continue;
+    }
+    ++count;
+    std::printf("%s: ==========", kName);
+    std::printf("[%d] Serial Number=\"%s\" Product Name=\"%s\"\n", count, serial, product);
+    pmu_dump_unit(type, serial, layout);
+    std::printf("================================\n\n");
+  }
+  if (count == 0) {
+    std::printf("%s: No matching PMU type!\n", kName);
+  }
+}
+
+// The grid of the panel without a serial, always in the default theme.
+PanelLayout dump_layout() {
+  PanelLayout layout = load_font_settings("");
+  layout.theme_mode = ThemeMode::kDefault;
+  return layout;
+}
+
+}  // namespace
+
+void dump_lan_port_list(const std::optional<PortStatusList>& ports) {
+  if (!ports) {
+    std::printf("\n>>>> No MMI Dump LAN Port info!");
+    return;
+  }
+  for (const PortStatus& port : ports->items) {
+    std::printf("\n\t[port_no=%d profile_name=\"%s\" status=\"%s\"", port.id, port.name.c_str(),
+                port.link.c_str());
+  }
+  std::printf("\n>>>>>>>>>>>>");
+}
+
+void dump_corvane_wan_status_item_list(const std::optional<WanStatusList>& wans) {
+  static const char* const kName = "dump_corvane_wan_status_item_list";
+  if (!wans) {
+    std::printf("%s No WAN status item!!!\n", kName);
+    return;
+  }
+  for (const WanStatus& wan : wans->items) {
+    std::printf("%s:type=\"%s\" id=%d en=%d name='%s' msg='%s' ip='%s'", kName, wan.type.c_str(),
+                wan.id, wan.enable, wan.name.c_str(), wan.message.c_str(), wan.ip.c_str());
+    std::printf(" Signal: rssi=%d dBm sinr=%.1f dB snr=%.1f dB", wan.strength, wan.sinr, wan.snr);
+    std::printf("  ecio=%.1f dB rsrp=%d dBm rsrq=%.1f dB\n", wan.ecio, wan.rsrp, wan.rsrq);
+  }
+}
+
+void dump_corvane_vpn_status_item_list(const std::optional<VpnStatusList>& vpns) {
+  static const char* const kName = "dump_corvane_vpn_status_item_list";
+  if (!vpns) {
+    std::printf("%s No VPN status item!!!\n", kName);
+    return;
+  }
+  for (const VpnStatus& vpn : vpns->items) {
+    std::printf("%s: id=%d name='%s' status='%s' is_secure=%d\n", kName, vpn.id, vpn.name.c_str(),
+                vpn.state.c_str(), vpn.secure);
+  }
+}
+
+void dump_corvane_wan_port_speed(const std::optional<WanStatusList>& wans) {
+  static const char* const kName = "dump_corvane_wan_port_speed";
+  if (!wans) {
+    std::printf("%s No WAN port item!!!\n", kName);
+    return;
+  }
+  for (const WanStatus& wan : wans->items) {
+    const int physical_type = get_physical_type_ex(get_conn_port_id(wan.id), 0);
+    const Text media = port_media_get(wan.id);
+    std::printf("%s: wan_id=%d name='%s' speed='%s' wan_type=%d %s\n", kName, wan.id,
+                wan.name.c_str(), media ? media->c_str() : "Auto", physical_type,
+                physical_type == 1 ? "(PHYSICAL_TYPE_ETHERNET)" : "");
+  }
+}
+
+void dump_pmu_info(const PanelLayout& layout) {
+  static const char* const kName = "dump_pmu_info";
+  const JsonPtr list = devcmd_list();
+  if (!list) {
+    std::printf("%s: No pmu list!\n", kName);
+    return;
+  }
+  if (json_array_size(list.get()) == 0) {
+    std::printf("%s: PMU list is empty\n", kName);
+  }
+  std::printf("%s: [Total PMU list len = %zu]\n", kName, json_array_size(list.get()));
+  std::printf("%s: ===== PMU_TYPE_LOCAL\n", kName);
+  dump_pmu_by_type(PowerUnitType::kIntegratedPmu, list.get(), layout);
+  std::printf("%s: ========================\n\n", kName);
+  std::printf("%s: ===== PMU_TYPE_EXTERNAL\n", kName);
+  dump_pmu_by_type(PowerUnitType::kExternalPmu, list.get(), layout);
+  std::printf("%s: ========================\n", kName);
+}
+
+void run_dump_mode(PanelType panel_type) {
+  const PanelLayout layout = dump_layout();
+  const bool power_panel = panel_type == PanelType::kPower;
+  print_menu(power_panel ? power_consumption_menu_items(layout) : main_menu_items(false, layout));
+
+  std::printf("\n ---------------- Read value test");
+  std::printf("\n======\nDump Wi-Fi AP status\n%s\n=====\n",
+              or_fallback(render_wifi_ap(layout), "<Fail to load valid value!>"));
+  std::printf("\n======\nDump HA Status\n%s\n=====\n",
+              or_fallback(render_ha_status(layout), "<Fail to load valid value!>"));
+  print_device_info(layout);
+  std::printf("\tSystem time\t= [%s]\n",
+              or_fallback(render_system_time(layout), "<Fail to load systime!>"));
+  std::printf("\tSystem Up Time\t= [%s]\n",
+              or_fallback(render_uptime(layout), "<Fail to load sysuptime!>"));
+  std::printf("\tCPU Load\t= [%s]\n",
+              or_fallback(render_cpu_load(layout), "<Fail to load cpuload>"));
+
+  std::printf("\n============\nDump LAN Port content ======");
+  if (const std::optional<PortStatusList> ports = port_status_collect(nullptr)) {
+    dump_lan_port_list(ports);
+  } else {
+    std::printf("\n\tFail to load LAN port list\n");
+  }
+  std::printf("\n====================================");
+  std::printf("\n============\nDump LAN IP content\n%s\n====",
+              or_fallback(render_lan_ip(layout), "<Fail to get LAN IP content!>"));
+  std::printf("\n============\nDump WAN Status\n\n=========");
+  dump_corvane_wan_status_item_list(wan_status_collect(nullptr));
+  std::printf("\n========================");
+  std::printf("\n============\nDump VPN Status\n\n=========");
+  dump_corvane_vpn_status_item_list(vpn_status_collect());
+  std::printf("\n========================");
+  std::printf("\n============\nDump Throughput in\n%s\n=====",
+              or_fallback(render_throughput(TrafficDirection::kIn, layout),
+                          "<Fail to get Throughput in!>"));
+  std::printf("\n============\nDump Throughput out\n%s\n====",
+              or_fallback(render_throughput(TrafficDirection::kOut, layout),
+                          "<Fail to get Throughput out!>"));
+  std::printf("\n============\nDump Data transfer'd\n%s\n===",
+              or_fallback(render_data_transfer(layout), "<Fail to get Data transfer'd!>"));
+  std::printf("\n============\nRA status\n%s\n============",
+              or_fallback(remote_assist_get(), "<Fail to get RA status!>"));
+  std::printf("\n============\nLAN Port Speed\n%s\n========",
+              or_fallback(port_media_get(0), "<Fail to get LAN Port Speed!>"));
+  std::printf("\n============\nDump WAN Port Speed\n");
+  dump_corvane_wan_port_speed(wan_status_collect(nullptr));
+  std::printf("========================\n");
+  std::printf("\n============\nDump PMU Info\n");
+  dump_pmu_info(layout);
+  std::printf("========================\n");
+  if (power_panel) {
+    std::printf("\n============[Power Consume]========\n\t");
+    std::printf("<Input Power>\n%s\n", extpower_render_input_power(layout).c_str());
+    std::printf("<Battery Status>\n%s\n", battery_render_all(layout).c_str());
+    std::printf("========================\n");
+  }
+}
 
 }  // namespace tavio

@@ -6,10 +6,10 @@
 
 #include "handlers/item_rows.h"
 #include "layout/panel_text.h"
-#include "power/external_power.h"
-#include "power/unit_status.h"
 #include "platform/json_get.h"
 #include "platform/text_buffer.h"
+#include "power/external_power.h"
+#include "power/unit_status.h"
 #include "status/lan_ha_status.h"
 #include "status/port_status.h"
 #include "status/system_info.h"
@@ -83,9 +83,7 @@ Text read_port_control(const ValueRequest& item) {
   return pmu_port_state(item.args.unit, item.args.number);
 }
 
-Text read_input_power(const ValueRequest& item) {
-  return extpower_render_input_power(item.layout);
-}
+Text read_input_power(const ValueRequest& item) { return extpower_render_input_power(item.layout); }
 Text read_battery(const ValueRequest& item) {
   return battery_render_one(item.args.number, item.layout);
 }
@@ -170,8 +168,9 @@ JsonPtr render_value_item(const char* identifier, const PanelLayout& layout) {
   }
   std::optional<ItemArgs> args;
   const ValueRow* row = match_item_row(kValueRows, identifier, &args);
-  const Text text =
-      (row == nullptr || !args) ? std::nullopt : row->read(ValueRequest{*args, row->arg, row->unit, layout});
+  const Text text = (row == nullptr || !args)
+                        ? std::nullopt
+                        : row->read(ValueRequest{*args, row->arg, row->unit, layout});
   return value_entry(identifier, text ? text->c_str() : "");
 }
 

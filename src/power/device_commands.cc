@@ -85,9 +85,8 @@ std::optional<std::string> devcmd_port_set(const std::string& serial, int port, 
     return std::nullopt;
   }
   // The tool takes "PORT:STATE" right before the redirection, without a blank.
-  const std::string format =
-      format_text(kTextCapacity, "capwap_cli iotdevport_set %%s \"%d:%s\"> %%s", port,
-                  on ? "on" : "off");
+  const std::string format = format_text(
+      kTextCapacity, "capwap_cli iotdevport_set %%s \"%d:%s\"> %%s", port, on ? "on" : "off");
   const JsonPtr answer = unit_answer(kDevicePortSetFormat, format.c_str(), serial);
   const json_t* results = json_object_get(answer.get(), "ret");
   const json_t* first = json_is_array(results) ? json_array_get(results, 0) : nullptr;

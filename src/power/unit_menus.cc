@@ -38,8 +38,7 @@ JsonPtr status_entry(const char* prefix, const std::string& serial, const char* 
 }
 
 // Device Status of a PMU: port states, temperature, input and output figures.
-JsonPtr pmu_status_menu(PowerUnitType type, const std::string& serial,
-                        const PanelLayout& layout) {
+JsonPtr pmu_status_menu(PowerUnitType type, const std::string& serial, const PanelLayout& layout) {
   const bool local = type == PowerUnitType::kIntegratedPmu;
   JsonPtr items = json_own(json_array());
   const struct {
@@ -78,13 +77,11 @@ JsonPtr pdu_status_menu(const std::string& serial, const PanelLayout& layout) {
 // A static text item of one label and value, id formed with the serial.
 JsonPtr label_item(const char* id_format, const std::string& serial, const char* title,
                    const char* label, const char* value, const PanelLayout& layout) {
-  return menu_item_label_value(with_serial(id_format, serial).c_str(), title, label, value,
-                               layout);
+  return menu_item_label_value(with_serial(id_format, serial).c_str(), title, label, value, layout);
 }
 
 // Device Info of an external PMU.
-JsonPtr pmu_info_menu(const std::string& serial, const json_t* devinfo,
-                      const PanelLayout& layout) {
+JsonPtr pmu_info_menu(const std::string& serial, const json_t* devinfo, const PanelLayout& layout) {
   JsonPtr items = json_own(json_array());
   const struct {
     const char* id;
@@ -116,8 +113,7 @@ JsonPtr pmu_network_menu(PowerUnitType type, const std::string& serial, const js
     return nullptr;
   }
   JsonPtr items = json_own(json_array());
-  const char* dhcp =
-      std::strcmp(jget_string(network, "DHCP", ""), "1") == 0 ? "Enable" : "Disable";
+  const char* dhcp = std::strcmp(jget_string(network, "DHCP", ""), "1") == 0 ? "Enable" : "Disable";
   const struct {
     const char* id;
     const char* title;
@@ -126,8 +122,7 @@ JsonPtr pmu_network_menu(PowerUnitType type, const std::string& serial, const js
   } rows[] = {
       {"pmu_nw_dhcp_status_%s", "DHCP", "DHCP:", dhcp},
       {"pmu_nw_ip_status_%s", "IP Address", "IP Address:", jget_string(network, "ip", "")},
-      {"pmu_nw_mask_status_%s", "Subnet Mask", "Subnet Mask:",
-       jget_string(network, "Netmask", "")},
+      {"pmu_nw_mask_status_%s", "Subnet Mask", "Subnet Mask:", jget_string(network, "Netmask", "")},
       {"pmu_nw_gw_status_%s", "Gateway", "Gateway:", jget_string(network, "Gateway", "")},
       {"pmu_nw_dns_status_%s", "DNS", "DNS:", jget_string(network, "DNS", "")},
   };
