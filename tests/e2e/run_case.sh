@@ -44,6 +44,8 @@ if [[ ${#emulator[@]} -eq 0 && -n ${TAVIO_EMULATOR:-} ]]; then
 fi
 
 repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+# shellcheck source=tools/check-standins
+source "$repo/tools/check-standins"
 sim_bin=$repo/sim/bin
 router=$repo/sim/router
 name=$(basename "$case_dir")
@@ -108,13 +110,10 @@ fi
 export PATH=$sim_bin:$PATH
 
 # Nothing that changes the machine may be reachable: each command must be the stand-in.
-for command in reboot restoreconfig saveconfig activate wget_https capwap_cli; do
-  found=$(type -P "$command" || true)
-  if [[ $found != "$sim_bin/$command" ]]; then
-    echo "FAIL $name: $command resolves to '${found:-nothing}', not the stand-in in $sim_bin"
-    exit 1
-  fi
-done
+if ! check_standins "$sim_bin"; then
+  echo "FAIL $name: the stand-ins of $sim_bin do not come first on PATH"
+  exit 1
+fi
 
 # --- the run ----------------------------------------------------------------------------
 cd "$work"
