@@ -1,20 +1,20 @@
-// The panel's sign-in state, handed from the command line to the request handlers.
+// The panel's sign-in state and type, handed from the command line to the request handlers.
 #ifndef TAVIO_PANEL_ACCESS_H
 #define TAVIO_PANEL_ACCESS_H
 
 namespace tavio {
 
-/// 0 no sign-in in force, 1 signed in, 2 sign-in required.
-enum PanelAccessState : int {
-  kAccessNormal = 0,
-  kAccessSignedIn = 1,
-  kAccessSignedOut = 2,
+/// Whether the panel must sign in with its passcode.
+enum class PanelAccessState : int {
+  kNormal = 0,     ///< no passcode configured, or no check asked for (no -K)
+  kSignedIn = 1,   ///< a passcode is configured and this panel signed in
+  kSignedOut = 2,  ///< a passcode is configured and this panel must sign in
 };
 
 /// Panel types given with -x.
-enum PanelType : int {
-  kPanelExternal = 0,
-  kPanelPower = 1,
+enum class PanelType : int {
+  kExternal = 0,  ///< the front panel with the router's menus
+  kPower = 1,     ///< the power panel: external power input and batteries
 };
 
 }  // namespace tavio

@@ -6,27 +6,31 @@
 
 namespace tavio {
 
-/// Theme modes: the default theme and the alternative one (settings value "google").
-constexpr std::int32_t kThemeDefault = 1;
-constexpr std::int32_t kThemeAlternative = 2;
+/// The panel's themes: the default one and the alternative one (saved theme "google"),
+/// which pushes short texts one line down and opens on a dashboard.
+enum class ThemeMode : std::int32_t {
+  kDefault = 1,
+  kAlternative = 2,
+};
+
+/// A panel that never saved its font grid: font size 1, 21 characters by 4 lines.
+constexpr std::int32_t kDefaultFontSize = 1;
+constexpr std::int32_t kDefaultCharsPerLine = 21;
+constexpr std::int32_t kDefaultLines = 4;
 
 /// The grid a text is laid out for.
 struct PanelLayout {
-  std::int32_t theme_mode = kThemeDefault;
-  std::int32_t font_size = 1;
-  std::int32_t chars_per_line = 21;
-  std::int32_t lines = 4;
+  ThemeMode theme_mode = ThemeMode::kDefault;
+  std::int32_t font_size = kDefaultFontSize;
+  std::int32_t chars_per_line = kDefaultCharsPerLine;
+  std::int32_t lines = kDefaultLines;
 };
 
-/// Fills the four fields in order and returns the record.
-inline PanelLayout& make_panel_layout(PanelLayout& layout, std::int32_t theme_mode,
-                                      std::int32_t font_size, std::int32_t chars_per_line,
-                                      std::int32_t lines) {
-  layout.theme_mode = theme_mode;
-  layout.font_size = font_size;
-  layout.chars_per_line = chars_per_line;
-  layout.lines = lines;
-  return layout;
+/// The record of the four fields, in this order.
+[[nodiscard]] inline PanelLayout make_panel_layout(ThemeMode theme_mode, std::int32_t font_size,
+                                                   std::int32_t chars_per_line,
+                                                   std::int32_t lines) {
+  return PanelLayout{theme_mode, font_size, chars_per_line, lines};
 }
 
 }  // namespace tavio

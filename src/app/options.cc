@@ -19,9 +19,9 @@ namespace tavio {
 namespace {
 
 // Only 0 (External) and 1 (Power) are panel types; anything else is the External panel.
-int parse_panel_type(const char* argument) {
+PanelType parse_panel_type(const char* argument) {
   const int type = clamp_to_int(std::strtol(argument, nullptr, 10));
-  return (type < 3 && static_cast<unsigned int>(type) < 2U) ? type : kPanelExternal;
+  return type == 1 ? PanelType::kPower : PanelType::kExternal;
 }
 
 }  // namespace
@@ -71,6 +71,26 @@ void print_usage() {
   std::puts("\t\tCOMMAND\t:= { -d[ump all info] }");
 }
 
+namespace {
+
+// The exchange as the command line and the panel's saved settings give it. The sign-in check
+// runs first: it may clear a stale sign-in before anything else reads the panel's files.
+Exchange settle_exchange(const Options& options) {
+  Exchange exchange;
+  exchange.serial = options.serial;
+  exchange.panel_type = options.panel_type;
+  if (options.keycode) {
+    exchange.access = panel_access_state(exchange.serial.c_str());
+  }
+  // A panel that signs in with a passcode always gets the default theme.
+  exchange.theme_mode = options.keycode ? ThemeMode::kDefault : ThemeMode::kAlternative;
+  exchange.layout = load_font_settings(exchange.serial.c_str());
+  exchange.layout.theme_mode = narrow_theme_mode(exchange.serial.c_str(), exchange.theme_mode);
+  return exchange;
+}
+
+}  // namespace
+
 int run_tavio(int argc, char** argv) {
   if (const std::optional<std::string> refused = root_check()) {
     std::puts(refused->c_str());
@@ -81,27 +101,22 @@ int run_tavio(int argc, char** argv) {
     run_dump_mode(options.panel_type);
     return 0;
   }
-  const char* serial = options.serial.c_str();
   const bool has_input = !options.input_path.empty();
   const bool has_output = !options.output_path.empty();
-  int access_state = kAccessNormal;
-  if (options.keycode) {
-    // Worked out on every path with -K, even where only the usage text follows.
-    access_state = panel_access_state(serial);
-  }
-  if (has_input && has_output) {
-    run_request_file(options.input_path.c_str(), options.output_path.c_str(), serial, access_state,
-                     options.panel_type, options.keycode ? kThemeDefault : kThemeAlternative);
-  } else if (has_output) {
-    int theme_mode = kThemeDefault;
-    const int saved_theme = load_theme_mode(serial);
-    if (!options.keycode && saved_theme == kThemeAlternative) {
-      theme_mode = kThemeAlternative;
+  if (!has_output) {
+    if (options.keycode) {
+      // Worked out with -K even where only the usage text follows: it may clear a stale
+      // sign-in.
+      static_cast<void>(panel_access_state(options.serial.c_str()));
     }
-    run_menu_update(options.output_path.c_str(), serial, access_state, options.panel_type,
-                    options.text.c_str(), theme_mode);
-  } else {
     print_usage();
+    return 0;
+  }
+  const Exchange exchange = settle_exchange(options);
+  if (has_input) {
+    run_request_file(options.input_path.c_str(), options.output_path.c_str(), exchange);
+  } else {
+    run_menu_update(options.output_path.c_str(), exchange, options.text.c_str());
   }
   return 0;
 }

@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "tavio/panel_access.h"
+
 namespace tavio {
 
 /// What the command line asked for; texts already cut to their buffer sizes.
@@ -12,9 +14,9 @@ struct Options {
   std::string output_path;  ///< -o: response file (255 characters)
   std::string input_path;   ///< -i: request file (255 characters)
   std::string serial;       ///< -s: panel serial (15 characters)
-  int panel_type = 0;       ///< -x: 0 External, 1 Power
-  bool keycode = false;     ///< -K: the panel signs in with a passcode
-  bool dump = false;        ///< -d was given (parsing stopped there)
+  PanelType panel_type = PanelType::kExternal;  ///< -x
+  bool keycode = false;                         ///< -K: the panel signs in with a passcode
+  bool dump = false;                            ///< -d was given (parsing stopped there)
 };
 
 /// Parses argv the way the display process writes it; never fails.

@@ -3,11 +3,10 @@
 #include <cstdio>
 #include <cstring>
 
-#include "platform/json_get.h"
 #include "handlers/menu_request.h"
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"
-#include "menus/display_prefs.h"
+#include "platform/json_get.h"
 #include "platform/os.h"
 
 namespace tavio {
@@ -16,36 +15,16 @@ namespace {
 // Responses go out compact: no indentation, no key sorting, no ASCII escaping.
 constexpr std::size_t kResponseFlags = JSON_COMPACT;
 
-struct RequestContext {
-  const char* serial;
-  int access_state;
-  int panel_type;
-  int theme_mode;
-};
-
-JsonPtr answer_menu(const json_t* req, const RequestContext& ctx) {
-  return handle_menu_request(req, ctx.serial, ctx.access_state, ctx.panel_type, ctx.theme_mode);
-}
-
-JsonPtr answer_value_read(const json_t* req, const RequestContext& ctx) {
-  // A read keeps the alternative theme only when the panel's saved theme agrees.
-  return handle_value_read(req, ctx.serial, value_read_theme_mode(ctx.serial, ctx.theme_mode));
-}
-
-JsonPtr answer_value_write(const json_t* req, const RequestContext& ctx) {
-  return handle_value_write(req, ctx.serial);
-}
-
 struct RequestType {
   const char* name;
-  JsonPtr (*answer)(const json_t* req, const RequestContext& ctx);
+  JsonPtr (*answer)(const json_t* req, const Exchange& exchange);
 };
 
 // Matched exactly, in this order.
 const RequestType kRequestTypes[] = {
-    {"menuReq", answer_menu},
-    {"valueRead", answer_value_read},
-    {"valueWrite", answer_value_write},
+    {"menuReq", handle_menu_request},
+    {"valueRead", handle_value_read},
+    {"valueWrite", handle_value_write},
 };
 
 // Removes the old response, then writes the new one fresh.
@@ -65,8 +44,7 @@ void report_written(bool written, const char* output_path) {
 
 }  // namespace
 
-JsonPtr dispatch_request(const json_t* request, const char* serial, int access_state,
-                         int panel_type, int theme_mode) {
+JsonPtr dispatch_request(const json_t* request, const Exchange& exchange) {
   const json_t* req = json_object_get(request, "req");
   if (req == nullptr) {
     std::puts("Error: No req obj");
@@ -77,24 +55,21 @@ JsonPtr dispatch_request(const json_t* request, const char* serial, int access_s
     std::puts("Error: No type variable");
     return nullptr;
   }
-  const RequestContext ctx{serial, access_state, panel_type, theme_mode};
   for (const RequestType& known : kRequestTypes) {
     if (std::strcmp(type, known.name) == 0) {
-      return known.answer(req, ctx);
+      return known.answer(req, exchange);
     }
   }
   return nullptr;
 }
 
-int run_request_file(const char* input_path, const char* output_path, const char* serial,
-                     int access_state, int panel_type, int theme_mode) {
+int run_request_file(const char* input_path, const char* output_path, const Exchange& exchange) {
   const JsonPtr request = load_json_file(HostPath::as_given(input_path));
   if (!request) {
     std::printf("Error: Input file \"%s\" is not a valid JSON file!\n", input_path);
     return 0;
   }
-  const JsonPtr response =
-      dispatch_request(request.get(), serial, access_state, panel_type, theme_mode);
+  const JsonPtr response = dispatch_request(request.get(), exchange);
   if (!response) {
     std::puts("Error: Cannot create valid output JSON!");
     return 0;
@@ -104,9 +79,8 @@ int run_request_file(const char* input_path, const char* output_path, const char
   return written ? 1 : 0;
 }
 
-int run_menu_update(const char* output_path, const char* serial, int access_state, int panel_type,
-                    const char* text, int theme_mode) {
-  const JsonPtr document = build_menu_update(serial, access_state, panel_type, text, theme_mode);
+int run_menu_update(const char* output_path, const Exchange& exchange, const char* text) {
+  const JsonPtr document = build_menu_update(exchange, text);
   if (!document) {
     std::puts("Error: Cannot create valid output JSON!");
     return 0;

@@ -4,19 +4,17 @@
 
 #include <jansson.h>
 
+#include "tavio/exchange.h"
 #include "tavio/json_ref.h"
 
 namespace tavio {
 
 /// Answers the request in input_path with a compact document in output_path; 1 on success.
-int run_request_file(const char* input_path, const char* output_path, const char* serial,
-                     int access_state, int panel_type, int theme_mode);
+int run_request_file(const char* input_path, const char* output_path, const Exchange& exchange);
 /// The response document for a loaded request, chosen by its "type"; null when there is none.
-[[nodiscard]] JsonPtr dispatch_request(const json_t* request, const char* serial, int access_state,
-                                       int panel_type, int theme_mode);
+[[nodiscard]] JsonPtr dispatch_request(const json_t* request, const Exchange& exchange);
 /// Writes a menu-update document to output_path; 1 once it tried to write, 0 with nothing.
-int run_menu_update(const char* output_path, const char* serial, int access_state, int panel_type,
-                    const char* text, int theme_mode);
+int run_menu_update(const char* output_path, const Exchange& exchange, const char* text);
 
 }  // namespace tavio
 

@@ -3,6 +3,6 @@
 namespace tavio {
 
 // The service view has nothing to print yet.
-void run_dump_mode(int /*panel_type*/) {}
+void run_dump_mode(PanelType /*panel_type*/) {}
 
 }  // namespace tavio

@@ -2,10 +2,12 @@
 #ifndef TAVIO_DIAG_DUMP_H
 #define TAVIO_DIAG_DUMP_H
 
+#include "tavio/panel_access.h"
+
 namespace tavio {
 
 /// Prints the home menu and every status value for a technician.
-void run_dump_mode(int panel_type);
+void run_dump_mode(PanelType panel_type);
 
 }  // namespace tavio
 

@@ -1,16 +1,140 @@
 #include "handlers/menu_request.h"
 
-namespace tavio {
+#include <cstdio>
+#include <cstring>
 
-// The menus are not served yet: the exchange reports that it has no document to write.
-JsonPtr handle_menu_request(const json_t* /*req*/, const char* /*serial*/, int /*access_state*/,
-                            int /*panel_type*/, int /*theme_mode*/) {
+#include "layout/menu_items.h"
+#include "menus/display_prefs.h"
+#include "menus/main_menu.h"
+#include "menus/panel_access.h"
+#include "platform/json_get.h"
+
+namespace tavio {
+namespace {
+
+constexpr char kAlternativeTheme[] = "google";
+
+struct NamedMenu {
+  const char* name;
+  JsonPtr (*build)(bool signed_in, const PanelLayout& layout);
+};
+
+// Power units and batteries have no menus on this router yet: their names answer nothing.
+JsonPtr no_menu(bool /*signed_in*/, const PanelLayout& /*layout*/) { return nullptr; }
+
+// Compared exactly, in this order.
+const NamedMenu kNamedMenus[] = {
+    {"pwr_consume_status_battery_menu", no_menu},
+    {"main_menu", main_menu_items},
+    {"pdu_menu", no_menu},
+    {"pmu_menu", no_menu},
+};
+
+// The Power panel's own menu (external power input and batteries); not available yet.
+JsonPtr power_panel_menu() { return nullptr; }
+
+// The home menu of the panel type: the External panel signs in first when it must.
+JsonPtr home_menu(const Exchange& exchange, const PanelLayout& layout) {
+  if (exchange.panel_type == PanelType::kPower) {
+    return power_panel_menu();
+  }
+  if (exchange.must_sign_in()) {
+    return panel_sign_in_menu(layout);
+  }
+  return panel_top_menu(exchange.signed_in(), layout);
+}
+
+// {"menu": menu} with the passcode keypad's inputs while the panel must sign in.
+JsonPtr menu_body(JsonPtr menu, const Exchange& exchange) {
+  JsonPtr body = json_own(json_pack("{so}", "menu", menu.release()));
+  if (body && exchange.must_sign_in()) {
+    json_set(body.get(), "it", keyset_input_list());
+  }
+  return body;
+}
+
+}  // namespace
+
+JsonPtr panel_top_menu(bool signed_in, const PanelLayout& layout) {
+  if (layout.theme_mode != ThemeMode::kAlternative) {
+    return main_menu_items(signed_in, layout);
+  }
+  JsonPtr menu = json_own(json_array());
+  dashboard_items(menu.get(), layout);
+  if (JsonPtr main = main_menu_items(signed_in, layout)) {
+    json_append(menu.get(), json_own(json_pack("{ss,ss,so}", "id", "main_menu", "t", "[MENU]", "m",
+                                               main.release())));
+  }
+  json_append(menu.get(), menu_item_separator(layout.chars_per_line));
+  return menu;
+}
+
+JsonPtr menu_by_name(const char* name, bool signed_in, const PanelLayout& layout) {
+  for (const NamedMenu& named : kNamedMenus) {
+    if (std::strcmp(name, named.name) == 0) {
+      return named.build(signed_in, layout);
+    }
+  }
   return nullptr;
 }
 
-JsonPtr build_menu_update(const char* /*serial*/, int /*access_state*/, int /*panel_type*/,
-                          const char* /*text*/, int /*theme_mode*/) {
-  return nullptr;
+JsonPtr handle_menu_request(const json_t* req, const Exchange& exchange) {
+  if (req == nullptr) {
+    return nullptr;
+  }
+  const json_t* panel = json_object_get(req, "panel");
+  if (panel == nullptr) {
+    std::puts("Error: No panel obj");
+    return nullptr;
+  }
+  std::int32_t font_size = jget_int(panel, "font_pref", 0);
+  if (font_size == 0) {
+    font_size = target_font_size();
+  }
+  const json_t* fonts = json_object_get(panel, "font");
+  if (!json_is_array(fonts)) {
+    std::puts("Error: No font (list) obj");
+    return nullptr;
+  }
+  // Every menu request records the panel's theme, even one that fails below.
+  const char* theme = jget_string(panel, "theme", "");
+  const char* serial = exchange.serial.c_str();
+  save_theme_setting(serial, theme);
+  const ThemeMode theme_mode =
+      exchange.theme_mode == ThemeMode::kAlternative && std::strcmp(theme, kAlternativeTheme) == 0
+          ? ThemeMode::kAlternative
+          : ThemeMode::kDefault;
+  std::int32_t chars_per_line = 0;
+  std::int32_t lines = 0;
+  if (match_font_settings(fonts, serial, font_size, &chars_per_line, &lines) == 0) {
+    std::puts("Error: Cannot scan matching display parameters");
+    return nullptr;
+  }
+  const char* ref = jget_string(req, "ref", "");
+  const PanelLayout layout = make_panel_layout(theme_mode, font_size, chars_per_line, lines);
+  const bool named = ref[0] != '\0' && std::strcmp(ref, "Home") != 0;
+  JsonPtr menu =
+      named ? menu_by_name(ref, exchange.signed_in(), layout) : home_menu(exchange, layout);
+  if (!menu) {
+    return nullptr;
+  }
+  JsonPtr body = menu_body(std::move(menu), exchange);
+  if (body && ref[0] != '\0') {
+    json_set(body.get(), "ref", json_own(json_string(ref)));
+  }
+  return json_own(json_pack("{ss,so}", "type", "menuReq", "resp", body.release()));
+}
+
+JsonPtr build_menu_update(const Exchange& exchange, const char* text) {
+  const PanelLayout& layout = exchange.layout;
+  JsonPtr menu = (text != nullptr && text[0] != '\0') ? menu_item_custom_content(text, layout)
+                                                      : home_menu(exchange, layout);
+  if (!menu) {
+    std::puts("Error: No menu");
+    return nullptr;
+  }
+  return json_own(json_pack("{ss,so}", "type", "menuUpdate", "req",
+                            menu_body(std::move(menu), exchange).release()));
 }
 
 }  // namespace tavio

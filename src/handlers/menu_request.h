@@ -4,16 +4,23 @@
 
 #include <jansson.h>
 
+#include "tavio/exchange.h"
 #include "tavio/json_ref.h"
+#include "tavio/panel_layout.h"
 
 namespace tavio {
 
-/// {"type": "menuReq", "resp": ...} for the request body req, or null.
-[[nodiscard]] JsonPtr handle_menu_request(const json_t* req, const char* serial, int access_state,
-                                          int panel_type, int theme_mode);
-/// {"type": "menuUpdate", "req": ...}: the top menu, or the custom text menu; or null.
-[[nodiscard]] JsonPtr build_menu_update(const char* serial, int access_state, int panel_type,
-                                        const char* text, int theme_mode);
+/// {"type": "menuReq", "resp": ...} for the request body req, laid out by the request's own
+/// font table and theme; null (with an "Error: " line for a malformed panel) otherwise.
+[[nodiscard]] JsonPtr handle_menu_request(const json_t* req, const Exchange& exchange);
+/// {"type": "menuUpdate", "req": ...}: the custom text menu for a non-empty text, else the
+/// panel's home menu; null after "Error: No menu".
+[[nodiscard]] JsonPtr build_menu_update(const Exchange& exchange, const char* text);
+/// The External panel's home: the main menu, or in the alternative theme the dashboard with
+/// the main menu behind "[MENU]".
+[[nodiscard]] JsonPtr panel_top_menu(bool signed_in, const PanelLayout& layout);
+/// The menu a request names in "ref"; null for a name no menu answers to.
+[[nodiscard]] JsonPtr menu_by_name(const char* name, bool signed_in, const PanelLayout& layout);
 
 }  // namespace tavio
 

@@ -4,13 +4,14 @@
 
 #include <jansson.h>
 
+#include "tavio/exchange.h"
 #include "tavio/json_ref.h"
 #include "tavio/panel_layout.h"
 
 namespace tavio {
 
 /// {"type": "valueRead", "resp": {"list": [...]}} for the request body req, or null.
-[[nodiscard]] JsonPtr handle_value_read(const json_t* req, const char* serial, int theme_mode);
+[[nodiscard]] JsonPtr handle_value_read(const json_t* req, const Exchange& exchange);
 /// {"k": identifier, "v": text, "ttl": 5}; "v" is "" when the item cannot be had. Null only
 /// for an empty identifier.
 [[nodiscard]] JsonPtr render_value_item(const char* identifier, const PanelLayout& layout);

@@ -1,8 +1,282 @@
 #include "handlers/value_write.h"
 
-namespace tavio {
+#include <cstring>
 
-// No action is available yet: the exchange reports that it has no document to write.
-JsonPtr handle_value_write(const json_t* /*req*/, const char* /*serial*/) { return nullptr; }
+#include "handlers/item_rows.h"
+#include "layout/panel_text.h"
+#include "menus/panel_access.h"
+#include "platform/json_get.h"
+#include "platform/os.h"
+#include "platform/outside_text.h"
+#include "platform/router_paths.h"
+#include "platform/router_support.h"
+#include "platform/text_buffer.h"
+#include "sources/local_api.h"
+#include "status/port_status.h"
+
+namespace tavio {
+namespace {
+
+constexpr char kRebootingMessage[] = "System rebooting...";
+constexpr std::size_t kReloadCommandCapacity = 64;
+constexpr int kGigabit = 1000;
+
+const char* const kPortMedia[] = {"Auto",         "10baseT-FD",   "10baseT-HD",
+                                  "100baseTx-FD", "100baseTx-HD", "1000baseTx-FD"};
+
+/// One answered item, built up as its action runs.
+class Answer {
+ public:
+  Answer(const char* identifier, int chars_per_line)
+      : identifier_(identifier), chars_per_line_(chars_per_line) {}
+
+  Answer& done(const std::string& value) { return set(value, true); }
+  Answer& failed(const std::string& value = "") { return set(value, false); }
+  Answer& message(const char* text) {
+    message_ = cut_text(layout_wrap(text, chars_per_line_), kTextCapacity);
+    return *this;
+  }
+  // The reboot messages are laid out once more through a long buffer first.
+  Answer& rebooting_message() {
+    const std::string once =
+        cut_text(layout_wrap(kRebootingMessage, chars_per_line_), kLongTextCapacity);
+    message_ = cut_text(layout_wrap(once, chars_per_line_), kTextCapacity);
+    return *this;
+  }
+  Answer& action_status(const char* word) {
+    action_status_ = word;
+    return *this;
+  }
+
+  [[nodiscard]] JsonPtr entry() const {
+    JsonPtr entry = json_own(json_object());
+    json_set(entry.get(), "k", json_own(json_string(identifier_)));
+    // A value JSON cannot carry (not UTF-8) still gets its answer.
+    JsonPtr value = json_own(json_string(value_.c_str()));
+    json_set(entry.get(), "v", value ? std::move(value) : json_own(json_string("")));
+    json_set(entry.get(), "status", json_own(json_string(ok_ ? "ok" : "failed")));
+    if (!message_.empty()) {
+      json_set(entry.get(), "msg", json_own(json_string(message_.c_str())));
+    }
+    if (action_status_ != nullptr) {
+      json_set(entry.get(), "action_status", json_own(json_string(action_status_)));
+    }
+    return entry;
+  }
+
+ private:
+  Answer& set(const std::string& value, bool ok) {
+    value_ = value;
+    ok_ = ok;
+    return *this;
+  }
+
+  const char* identifier_;
+  int chars_per_line_;
+  std::string value_;
+  bool ok_ = false;
+  std::string message_;
+  const char* action_status_ = nullptr;
+};
+
+/// What an action works with.
+struct WriteRequest {
+  const Exchange& exchange;
+  const char* value;
+  const ItemArgs& args;
+  Answer& answer;
+};
+
+bool is_yes(const char* value) { return std::strcmp(value, "Yes") == 0; }
+
+// Starts a background command group; its outcome is never looked at.
+void run_in_background(const std::string& command) { run_shell(command); }
+
+void restore_factory(const WriteRequest& write) {
+  if (!is_yes(write.value)) {
+    write.answer.done("No");
+    return;
+  }
+  run_in_background("(restoreconfig;sleep 3;reboot)&");
+  write.answer.done("Yes").rebooting_message();
+}
+
+void reboot(const WriteRequest& write) {
+  if (!is_yes(write.value)) {
+    write.answer.done("No");
+    return;
+  }
+  api_post_no_reply("cmd.system.reboot", "{\"enable\":true}");
+  write.answer.done("Yes").rebooting_message().action_status("rebooting");
+}
+
+void reset_admin_password(const WriteRequest& write) {
+  if (!is_yes(write.value)) {
+    write.answer.done("No");
+    return;
+  }
+  const HostPath tool = HostPath::system(kRecoverPasswordTool);
+  run_in_background(
+      format_text(kLongTextCapacity + root_prefix().size(), "(sleep 3;%s)&", tool.c_str()));
+  write.answer.done("Yes");
+}
+
+void remote_assist(const WriteRequest& write) {
+  const std::optional<std::string> state = set_remote_assist(std::strcmp(write.value, "On") == 0);
+  if (state) {
+    write.answer.done(*state);
+  } else {
+    write.answer.failed();
+  }
+}
+
+void port_speed(const WriteRequest& write, int port) {
+  const std::optional<std::string> media = set_port_media(port, write.value);
+  if (media) {
+    write.answer.done(*media);
+  } else {
+    write.answer.failed();
+  }
+}
+
+void lan_port_speed(const WriteRequest& write) { port_speed(write, 0); }
+void wan_port_speed(const WriteRequest& write) { port_speed(write, write.args.number); }
+
+void panel_passcode(const WriteRequest& write) {
+  const std::string& serial = write.exchange.serial;
+  const SignInResult result = panel_sign_in(serial.c_str(), write.value);
+  if (result == SignInResult::kSignedIn) {
+    write.answer.done("success").message("Login success.");
+  } else {
+    write.answer.failed("fail").message("Login fail.");
+  }
+  if (result != SignInResult::kNoConfiguration) {
+    panel_reload(serial);
+  }
+}
+
+void panel_logout(const WriteRequest& write) {
+  if (!is_yes(write.value)) {
+    write.answer.failed();
+    return;
+  }
+  const std::string& serial = write.exchange.serial;
+  if (panel_access_clear(serial.c_str())) {
+    write.answer.done("Yes").message("Lock screen").action_status("panel_logout");
+  } else {
+    write.answer.failed();
+  }
+  panel_reload(serial);
+}
+
+// Power-unit ports cannot be switched on this router yet: the switch answers as failed.
+void power_port_switch(const WriteRequest& write) { write.answer.failed(); }
+
+struct ActionRow {
+  ItemKey key;
+  void (*perform)(const WriteRequest& write);
+};
+
+// Tried strictly in this order; the first row that matches decides.
+const ActionRow kActionRows[] = {
+    {{"restore_factory", ItemSuffix::kNone}, restore_factory},
+    {{"reboot", ItemSuffix::kNone}, reboot},
+    {{"reset_admin_pwd", ItemSuffix::kNone}, reset_admin_password},
+    {{"remote_assist", ItemSuffix::kNone}, remote_assist},
+    {{"lan_port_speed", ItemSuffix::kNone}, lan_port_speed},
+    {{"wan_port_speed_", ItemSuffix::kNumber}, wan_port_speed},
+    {{"panel_passcode", ItemSuffix::kNone}, panel_passcode},
+    {{"panel_logout", ItemSuffix::kNone}, panel_logout},
+    {{"pmu_port_ctrl_", ItemSuffix::kPortControl}, power_port_switch},
+};
+
+bool is_port_media(const char* value) {
+  for (const char* media : kPortMedia) {
+    if (std::strcmp(value, media) == 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+std::optional<std::string> set_port_media(int port, const char* value) {
+  if (port < 0 || value == nullptr || !is_port_media(value)) {
+    return std::nullopt;
+  }
+  if (std::strcmp(value, "1000baseTx-FD") == 0 && interface_max_speed(port) != kGigabit) {
+    return std::nullopt;
+  }
+  // config.run is what runs now; the change goes to config.active and is then activated.
+  if (port_media_get(port) == value) {
+    return std::string(value);
+  }
+  const TaglistPtr active = load_taglist(kConfigActive);
+  if (!active) {
+    return std::nullopt;
+  }
+  const std::string key =
+      port == 0 ? std::string("LAN_MEDIA") : format_text(kPathCapacity, "PIF%d_MEDIA", port);
+  if (update_taglist_ex(active.get(), key.c_str(), value) != 0 ||
+      save_taglist_ex(active.get(), 1) != 0) {
+    return std::nullopt;
+  }
+  run_in_background("(saveconfig;activate)&");
+  return std::string(value);
+}
+
+std::optional<std::string> set_remote_assist(bool on) {
+  const std::string body = format_text(
+      kLongTextCapacity, "{\"action\":\"remoteAssistance\",\"enable\":%s}", on ? "true" : "false");
+  const ApiResultPtr result =
+      api_request(body.c_str(), api_json_headers().c_str(), "system.action");
+  if (!result) {
+    return std::nullopt;
+  }
+  const json_t* state = json_object_get(result->response, "remoteAssistance");
+  if (state == nullptr) {
+    return std::nullopt;
+  }
+  return std::string(json_is_true(json_object_get(state, "enable")) ? "On" : "Off");
+}
+
+int panel_reload(const std::string& serial) {
+  const std::optional<std::string> command =
+      command_with_argument(kReloadCommandCapacity, "(capwap_cli panel_reload %s)&", serial);
+  return command ? run_shell(*command) : -1;
+}
+
+JsonPtr perform_value_action(const Exchange& exchange, const char* identifier, const char* value) {
+  if (identifier == nullptr || identifier[0] == '\0' || value == nullptr) {
+    return nullptr;
+  }
+  Answer answer(identifier, exchange.layout.chars_per_line);
+  std::optional<ItemArgs> args;
+  const ActionRow* row = match_item_row(kActionRows, identifier, &args);
+  if (row == nullptr || !args) {
+    answer.failed();
+  } else {
+    row->perform(WriteRequest{exchange, value, *args, answer});
+  }
+  return answer.entry();
+}
+
+JsonPtr handle_value_write(const json_t* req, const Exchange& exchange) {
+  if (req == nullptr) {
+    return nullptr;
+  }
+  JsonPtr entries = json_own(json_array());
+  const json_t* list = json_object_get(req, "list");
+  for (std::size_t i = 0; i < json_array_size(list); ++i) {
+    const json_t* element = json_array_get(list, i);
+    const char* identifier = jget_string(element, "k", "");
+    if (identifier[0] != '\0') {
+      json_append(entries.get(),
+                  perform_value_action(exchange, identifier, jget_string(element, "v", "")));
+    }
+  }
+  return json_own(json_pack("{ss,s{so}}", "type", "valueWrite", "resp", "list", entries.release()));
+}
 
 }  // namespace tavio

@@ -30,11 +30,8 @@ JsonPtr menu_item_text(const char* id, const char* title, const char* text,
     return nullptr;
   }
   const std::string kept = cut_text(text, kTextCapacity);
-  const std::optional<std::string> laid_out = layout_finish(layout, kept, kTextCapacity);
-  if (!laid_out) {
-    return nullptr;
-  }
-  JsonPtr item = json_own(json_pack("{ss,s{ss}}", "t", title, "c", "st", laid_out->c_str()));
+  const std::string laid_out = layout_finish(layout, kept, kTextCapacity);
+  JsonPtr item = json_own(json_pack("{ss,s{ss}}", "t", title, "c", "st", laid_out.c_str()));
   if (item && id != nullptr) {
     json_object_set_new_nocheck(item.get(), "id", json_string(id));
   }
@@ -76,6 +73,17 @@ JsonPtr menu_item_entry(const char* id, const char* title, const char* query_typ
     json_object_set_new_nocheck(content.get(), "select", selection.release());
   }
   return json_own(json_pack("{ss,ss,so}", "id", id, "t", title, "c", content.release()));
+}
+
+JsonPtr menu_item_submenu(const char* id, const char* title, JsonPtr items) {
+  if (!items) {
+    return nullptr;
+  }
+  return json_own(json_pack("{ss,ss,so}", "id", id, "t", title, "m", items.release()));
+}
+
+JsonPtr menu_item_poll(const char* id, const char* title, const char* key, std::int32_t ttl) {
+  return menu_item_entry(id, title, "poll", "r", key, ttl, nullptr, nullptr);
 }
 
 JsonPtr menu_item_custom_content(const char* text, const PanelLayout& layout) {

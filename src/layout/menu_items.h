@@ -25,6 +25,11 @@ namespace tavio {
 [[nodiscard]] JsonPtr menu_item_entry(const char* id, const char* title, const char* query_type,
                                       const char* access, const char* key, std::int32_t ttl,
                                       const char* hint, JsonPtr selection);
+/// {"id": id, "t": title, "m": items}: an item that opens the menu items; null without items.
+[[nodiscard]] JsonPtr menu_item_submenu(const char* id, const char* title, JsonPtr items);
+/// A read-only entry the panel polls with a value read of key every ttl seconds.
+[[nodiscard]] JsonPtr menu_item_poll(const char* id, const char* title, const char* key,
+                                     std::int32_t ttl);
 /// A menu array holding {"id": "custom_menu_content", "st": text wrapped}; never null.
 [[nodiscard]] JsonPtr menu_item_custom_content(const char* text, const PanelLayout& layout);
 

@@ -37,7 +37,8 @@ std::string layout_wrap(std::string_view text, int width) {
   if (width == 0) {
     return std::string();
   }
-  // The width is compared as an unsigned number, as the firmware does.
+  // The width is compared as an unsigned number, so a negative width from a damaged font
+  // table never breaks a line.
   const auto line = static_cast<std::size_t>(static_cast<unsigned int>(width));
   if (text.size() <= line) {
     return std::string(text);
@@ -77,7 +78,7 @@ std::string layout_label_value(std::string_view label, std::string_view value,
   std::string out;
   if (total < width) {
     out.assign(label);
-    if (layout.theme_mode == kThemeAlternative) {
+    if (layout.theme_mode == ThemeMode::kAlternative) {
       out += ' ';
     } else {
       out += layout_spaces(static_cast<int>(width - total));
@@ -92,23 +93,18 @@ std::string layout_label_value(std::string_view label, std::string_view value,
   return out;
 }
 
-std::optional<std::string> layout_finish(const PanelLayout& layout,
-                                         std::optional<std::string_view> text,
-                                         std::size_t capacity) {
-  if (!text) {
-    return std::nullopt;
+std::string layout_finish(const PanelLayout& layout, std::string_view text, std::size_t capacity) {
+  if (layout.theme_mode != ThemeMode::kAlternative) {
+    return std::string(text);
   }
-  if (layout.theme_mode != kThemeAlternative) {
-    return std::string(*text);
-  }
-  const std::string_view counted = text->substr(0, capacity);
+  const std::string_view counted = text.substr(0, capacity);
   const long long lines = 1 + std::count(counted.begin(), counted.end(), '\n');
   if (lines >= layout.lines) {
-    return std::string(*text);
+    return std::string(text);
   }
   TextBuffer pushed(capacity + 1);
   pushed.append("\n");
-  pushed.append(*text);
+  pushed.append(text);
   return pushed.str();
 }
 

@@ -2,7 +2,7 @@
 //
 // The display does no layout of its own: every text arrives broken into lines with "\n" and
 // padded with spaces. These routines are pure; callers collect their pieces in a TextBuffer
-// of the text's capacity, which cuts the whole text exactly where the panel firmware would.
+// of the text's capacity, which cuts the whole text at the panel's text size.
 #ifndef TAVIO_LAYOUT_PANEL_TEXT_H
 #define TAVIO_LAYOUT_PANEL_TEXT_H
 
@@ -27,10 +27,9 @@ namespace tavio {
 [[nodiscard]] std::string layout_label_value(std::string_view label, std::string_view value,
                                              const PanelLayout& layout);
 /// The finished panel text: the alternative theme pushes a text shorter than the screen one
-/// line down. Nothing for no text.
-[[nodiscard]] std::optional<std::string> layout_finish(const PanelLayout& layout,
-                                                       std::optional<std::string_view> text,
-                                                       std::size_t capacity);
+/// line down.
+[[nodiscard]] std::string layout_finish(const PanelLayout& layout, std::string_view text,
+                                        std::size_t capacity);
 
 }  // namespace tavio
 

@@ -5,6 +5,7 @@
 
 #include "platform/json_get.h"
 #include "platform/os.h"
+#include "platform/outside_text.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"
@@ -15,34 +16,38 @@ namespace {
 
 constexpr int kDefaultTargetFontSize = 2;
 
-std::string theme_file(const char* serial) {
-  return format_text(kPathCapacity, kThemeSettingsFormat,
-                     serial == nullptr ? "" : serial);
+// The panel's theme file; nothing for a serial that cannot name a file.
+TaglistPtr load_theme_file(const char* serial) {
+  const std::optional<std::string> path = panel_file_path(kThemeSettingsFormat, serial);
+  return path ? load_taglist(path->c_str()) : nullptr;
 }
 
-std::string font_file(const char* serial) {
-  return format_text(kPathCapacity, kFontSettingsFormat,
-                     serial == nullptr ? "" : serial);
+std::optional<HostPath> font_file(const char* serial) {
+  const std::optional<std::string> path = panel_file_path(kFontSettingsFormat, serial);
+  if (!path) {
+    return std::nullopt;
+  }
+  return HostPath::system(*path);
 }
 
 }  // namespace
 
-int load_theme_mode(const char* serial) {
-  const TaglistPtr settings = load_taglist(theme_file(serial).c_str());
+ThemeMode load_theme_mode(const char* serial) {
+  const TaglistPtr settings = load_theme_file(serial);
   if (!settings) {
-    return kThemeDefault;
+    return ThemeMode::kDefault;
   }
   const std::string theme = get_taglist_default_ex(settings.get(), "", "SUPPORT_THEME");
-  return theme == "google" ? kThemeAlternative : kThemeDefault;
+  return theme == "google" ? ThemeMode::kAlternative : ThemeMode::kDefault;
 }
 
-int value_read_theme_mode(const char* serial, int mode) {
-  return load_theme_mode(serial) == mode ? mode : kThemeDefault;
+ThemeMode narrow_theme_mode(const char* serial, ThemeMode mode) {
+  return load_theme_mode(serial) == mode ? mode : ThemeMode::kDefault;
 }
 
 int save_theme_setting(const char* serial, const char* theme) {
   // The theme is stored only where the panel's theme file already exists.
-  const TaglistPtr settings = load_taglist(theme_file(serial).c_str());
+  const TaglistPtr settings = load_theme_file(serial);
   if (settings) {
     update_taglist_ex(settings.get(), "SUPPORT_THEME", theme == nullptr ? "" : theme);
     save_taglist_ex(settings.get(), 1);
@@ -83,9 +88,12 @@ int match_font_settings(const json_t* font_table, const char* serial, std::int32
   }
   const JsonPtr saved =
       json_own(json_pack("{si,si,si}", "sz", font_size, "ln", found_lines, "ch", found_chars));
-  const HostPath path = HostPath::system(font_file(serial));
-  remove_file(path);
-  if (!saved || !dump_json_file(saved.get(), path, 0)) {
+  const std::optional<HostPath> path = font_file(serial);
+  if (!path) {
+    return 0;
+  }
+  remove_file(*path);
+  if (!saved || !dump_json_file(saved.get(), *path, 0)) {
     return 0;
   }
   if (chars_per_line != nullptr) {
@@ -97,27 +105,25 @@ int match_font_settings(const json_t* font_table, const char* serial, std::int32
   return 1;
 }
 
-int load_font_settings(const char* serial, std::int32_t* lines, std::int32_t* size,
-                       std::int32_t* chars_per_line) {
-  const JsonPtr saved = load_json_file(HostPath::system(font_file(serial)));
+PanelLayout load_font_settings(const char* serial) {
+  PanelLayout layout;
+  const std::optional<HostPath> path = font_file(serial);
+  const JsonPtr saved = path ? load_json_file(*path) : nullptr;
   if (!saved) {
-    *size = 1;
-    *lines = 4;
-    *chars_per_line = 21;
-    return 1;
+    return layout;
   }
   const std::int32_t sz = jget_int(saved.get(), "sz", 0);
   const std::int32_t ln = jget_int(saved.get(), "ln", 0);
   const std::int32_t ch = jget_int(saved.get(), "ch", 0);
   if (sz != 0 && ln != 0 && ch != 0) {
-    *size = sz;
-    *lines = ln;
-    *chars_per_line = ch;
+    layout.font_size = sz;
+    layout.lines = ln;
+    layout.chars_per_line = ch;
   }
-  return 1;
+  return layout;
 }
 
-JsonPtr keyset_input_spec() {
+JsonPtr keyset_input_list() {
   return json_own(json_pack("[{ss,s[s]}]", "tp", "ks", "cl", "0123456789ABCDEF"));
 }
 

@@ -9,13 +9,15 @@
 #include <cstdint>
 
 #include "tavio/json_ref.h"
+#include "tavio/panel_layout.h"
 
 namespace tavio {
 
-/// 2 when the panel's saved theme is exactly "google", else 1 (also with no file).
-[[nodiscard]] int load_theme_mode(const char* serial);
-/// The theme mode a value read uses: mode when the saved theme agrees with it, else 1.
-[[nodiscard]] int value_read_theme_mode(const char* serial, int mode);
+/// kAlternative when the panel's saved theme is exactly "google", else kDefault (also with
+/// no file).
+[[nodiscard]] ThemeMode load_theme_mode(const char* serial);
+/// mode when the panel's saved theme agrees with it, else kDefault.
+[[nodiscard]] ThemeMode narrow_theme_mode(const char* serial, ThemeMode mode);
 /// Stores the display's theme string in the panel's existing theme file; always 1.
 int save_theme_setting(const char* serial, const char* theme);
 /// The font size to use when the display names none (default 2).
@@ -24,12 +26,12 @@ int save_theme_setting(const char* serial, const char* theme);
 /// characters per line and lines; 0 when nothing matches or the file cannot be written.
 int match_font_settings(const json_t* font_table, const char* serial, std::int32_t font_size,
                         std::int32_t* chars_per_line, std::int32_t* lines);
-/// The panel's saved grid; 1/4/21 without a file; the outputs stay as they were when the file
-/// lacks a figure. Always 1.
-int load_font_settings(const char* serial, std::int32_t* lines, std::int32_t* size,
-                       std::int32_t* chars_per_line);
-/// The passcode keypad's input description: [{"tp": "ks", "cl": ["0123456789ABCDEF"]}].
-[[nodiscard]] JsonPtr keyset_input_spec();
+/// The panel's saved grid in the default theme; the default grid without a file, or when the
+/// file lacks a figure.
+[[nodiscard]] PanelLayout load_font_settings(const char* serial);
+/// The passcode keypad's inputs: [{"tp": "ks", "cl": ["0123456789ABCDEF"]}], one key set of
+/// the sixteen hexadecimal digits.
+[[nodiscard]] JsonPtr keyset_input_list();
 
 }  // namespace tavio
 

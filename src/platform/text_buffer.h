@@ -1,8 +1,9 @@
-// Fixed-capacity text, as the router firmware keeps it in C buffers.
+// Texts of fixed capacity.
 //
-// The panel's protocol was shaped by fixed C buffers: a serial fits 16 bytes, paths 64,
-// panel texts 256 or 512. Whatever does not fit is cut at the end and everything appended
-// after that is dropped. TextBuffer reproduces exactly that, in one place.
+// The panel protocol's texts have fixed sizes: a serial fits 16 bytes, paths 64, panel texts
+// 256 or 512, command lines 512. Whatever does not fit is cut at the end and everything
+// appended after that is dropped, so the panel always sees the same cut. TextBuffer is the one
+// place that cuts.
 #ifndef TAVIO_PLATFORM_TEXT_BUFFER_H
 #define TAVIO_PLATFORM_TEXT_BUFFER_H
 
@@ -17,6 +18,7 @@ constexpr std::size_t kPathCapacity = 64;       ///< run-directory and configura
 constexpr std::size_t kTextCapacity = 256;      ///< panel texts and command-line options
 constexpr std::size_t kLongTextCapacity = 512;  ///< multi-line panel texts, command lines
 constexpr std::size_t kSerialCapacity = 16;     ///< a panel serial: 15 characters
+constexpr std::size_t kItemIdCapacity = 64;     ///< item identifiers the menus hand out
 /// The largest text buffer of all; nothing longer ever reaches the panel.
 constexpr std::size_t kMaxTextCapacity = 4096;
 

@@ -2,11 +2,15 @@
 
 #include <cstdlib>
 #include <new>
+#include <optional>
+#include <utility>
 
+#include "platform/json_command.h"
 #include "platform/numbers.h"
 #include "platform/os.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
+#include "platform/temp_file.h"
 #include "platform/text_buffer.h"
 
 namespace tavio {
@@ -19,25 +23,36 @@ constexpr int kToolTimeoutSeconds = 10;
 
 int g_cached_port = -1;
 
-std::string run_file(const char* format) {
-  return format_text(kPathCapacity, format, process_id());
-}
-
 // The command's router paths carry the root prefix; the command keeps its router capacity
 // plus room for the prefixes.
 std::size_t command_capacity(int paths) {
   return kLongTextCapacity + root_prefix().size() * static_cast<std::size_t>(paths);
 }
 
-}  // namespace
-
-ApiResult::~ApiResult() {
-  for (const std::string* path : {&input_path, &header_path, &result_path}) {
-    if (!path->empty()) {
-      remove_file(HostPath::system(*path));
-    }
+// "(wget_https -T 10 [-f BODY] -e HEADERS [-O OUTPUT] URL) > /dev/null 2>&1"; the files left
+// out are null.
+std::string fetch_command(const TempFile* input, const TempFile& header, const HostPath* output,
+                          const char* api_path) {
+  const std::string base = api_base_url(kPathCapacity);
+  TextBuffer command(command_capacity(1 + (input != nullptr) + (output != nullptr)));
+  command.appendf("(wget_https -T %d", kToolTimeoutSeconds);
+  if (input != nullptr) {
+    command.appendf(" -f %s", input->path().c_str());
   }
+  command.appendf(" -e %s", header.path().c_str());
+  if (output != nullptr) {
+    command.appendf(" -O %s", output->c_str());
+  }
+  command.appendf(" %s/%s) > /dev/null 2>&1", base.c_str(), api_path);
+  return command.str();
 }
+
+// Headers and bodies are never empty: an empty text fails the call before anything runs.
+bool write_request_file(TempFile& file, const char* text) {
+  return text != nullptr && text[0] != '\0' && file.write(text);
+}
+
+}  // namespace
 
 int api_port() {
   if (g_cached_port > 0) {
@@ -73,71 +88,38 @@ ApiResultPtr api_request(const char* body, const char* headers, const char* path
   if (path == nullptr) {
     return nullptr;
   }
-  const std::string base = api_base_url(kPathCapacity);
-  ApiResultPtr result(new (std::nothrow) ApiResult);
-  if (!result) {
+  TempFile header(kApiHeaderFormat);
+  if (!write_request_file(header, headers == nullptr ? kDefaultHeaders : headers)) {
     return nullptr;
   }
-  result->header_path = run_file(kApiHeaderFormat);
-  if (!write_text_file(result->header_path.c_str(),
-                       headers == nullptr ? kDefaultHeaders : headers)) {
-    return nullptr;
-  }
-  result->result_path = run_file(kApiResultFormat);
-  const std::string header = HostPath::system(result->header_path).str();
-  const std::string output = HostPath::system(result->result_path).str();
-  std::string command;
+  std::optional<TempFile> input;
   if (body != nullptr) {
-    result->input_path = run_file(kApiInputFormat);
-    if (!write_text_file(result->input_path.c_str(), body)) {
+    input.emplace(kApiInputFormat);
+    if (!write_request_file(*input, body)) {
       return nullptr;
     }
-    const std::string input = HostPath::system(result->input_path).str();
-    command = format_text(
-        command_capacity(3), "(wget_https -T %d -f %s -e %s -O %s %s/%s) > /dev/null 2>&1",
-        kToolTimeoutSeconds, input.c_str(), header.c_str(), output.c_str(), base.c_str(), path);
-  } else {
-    command =
-        format_text(command_capacity(2), "(wget_https -T %d -e %s -O %s %s/%s) > /dev/null 2>&1",
-                    kToolTimeoutSeconds, header.c_str(), output.c_str(), base.c_str(), path);
   }
-  if (run_shell(command) != 0) {
+  JsonPtr root =
+      run_json_command(kApiResultFormat, ExitCheck::kRequireZero, [&](const HostPath& output) {
+        return fetch_command(input ? &*input : nullptr, header, &output, path);
+      });
+  json_t* response = json_object_get(root.get(), "response");
+  if (response == nullptr) {
     return nullptr;
   }
-  result->root = load_json_file(HostPath::system(result->result_path));
-  if (!result->root) {
-    return nullptr;
-  }
-  result->response = json_object_get(result->root.get(), "response");
-  if (result->response == nullptr) {
-    return nullptr;
-  }
-  return result;
+  return ApiResultPtr(new (std::nothrow) ApiResult{std::move(root), response});
 }
 
 void api_result_free(ApiResultPtr result) { result.reset(); }
 
 int api_post_no_reply(const char* path, const char* body) {
-  const std::string base = api_base_url(kPathCapacity);
-  const std::string header_path = run_file(kApiHeaderFormat);
-  const std::string input_path = run_file(kApiInputFormat);
-  if (!write_text_file(header_path.c_str(), api_json_headers().c_str())) {
+  TempFile header(kApiHeaderFormat);
+  TempFile input(kApiInputFormat);
+  if (!write_request_file(header, api_json_headers().c_str()) || !write_request_file(input, body)) {
     return 0;
   }
-  const HostPath header = HostPath::system(header_path);
-  const HostPath input = HostPath::system(input_path);
-  if (!write_text_file(input_path.c_str(), body)) {
-    remove_file(header);
-    return 0;
-  }
-  const std::string command =
-      format_text(command_capacity(2), "(wget_https -T %d -f %s -e %s %s/%s) > /dev/null 2>&1",
-                  kToolTimeoutSeconds, input.c_str(), header.c_str(), base.c_str(),
-                  path == nullptr ? "" : path);
-  run_shell(command);  // the reply, and so the outcome, is not looked at
-  remove_file(header);
-  remove_file(input);
-  return 1;
+  run_shell(fetch_command(&input, header, nullptr, path == nullptr ? "" : path));
+  return 1;  // the reply, and so the outcome, is not looked at
 }
 
 std::string api_json_headers() {

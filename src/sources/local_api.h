@@ -19,9 +19,9 @@ namespace tavio {
 /// text, or a file that cannot be written.
 bool write_text_file(const char* path, const char* text);
 /// Calls path (with its query) behind the base URL; a body makes it a POST. Null headers mean
-/// the default access header. Nothing on any failure, and then no temporary file is left.
+/// the default access header. Nothing on any failure; no temporary file outlives the call.
 [[nodiscard]] ApiResultPtr api_request(const char* body, const char* headers, const char* path);
-/// Releases a result: its files are removed, then its reply. Null is ignored.
+/// Releases a result and its reply. Null is ignored.
 void api_result_free(ApiResultPtr result);
 /// Posts body to path with the JSON headers and keeps no reply; 1 once the post was started,
 /// 0 when its files could not be written.

@@ -4,8 +4,8 @@
 
 #include <ctime>
 
-#include "platform/json_get.h"
 #include "layout/panel_text.h"
+#include "platform/json_get.h"
 #include "platform/text_buffer.h"
 #include "sources/local_api.h"
 
@@ -38,11 +38,15 @@ std::string uptime_text(long seconds) {
                      (s % 86400) / 3600, (s % 3600) / 60, s % 60);
 }
 
-std::optional<std::string> render_uptime(const PanelLayout& layout) {
+long system_uptime() {
   struct sysinfo info {};
   sysinfo(&info);
+  return info.uptime;
+}
+
+std::optional<std::string> render_uptime(const PanelLayout& layout) {
   TextBuffer text(kTextCapacity);
-  text.append(layout_label_value("System Up Time:", uptime_text(info.uptime), layout));
+  text.append(layout_label_value("System Up Time:", uptime_text(system_uptime()), layout));
   return layout_finish(layout, text.str(), kTextCapacity);
 }
 

@@ -32,6 +32,8 @@ namespace tavio {
                                                               const PanelLayout& layout);
 /// The device name alone, collected afresh; nothing when empty.
 [[nodiscard]] std::optional<std::string> device_name_get();
+/// Seconds since the router started, as sysinfo reports them.
+[[nodiscard]] long system_uptime();
 /// The uptime text for a number of seconds, "0 day 00:05:12" (plural from 2 days).
 [[nodiscard]] std::string uptime_text(long seconds);
 

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
-#include "platform/json_get.h"
 #include "layout/panel_text.h"
+#include "platform/json_get.h"
 #include "platform/text_buffer.h"
 #include "sources/local_api.h"
 
@@ -62,14 +62,11 @@ std::optional<std::string> render_traffic(const char* section_name, Figure figur
 
 }  // namespace
 
-std::optional<std::string> render_throughput(int direction, const PanelLayout& layout) {
-  if (direction == kDirectionIn) {
-    return render_traffic("bandwidth", Figure::kDownload, layout);
-  }
-  if (direction == kDirectionOut) {
-    return render_traffic("bandwidth", Figure::kUpload, layout);
-  }
-  return std::nullopt;
+std::optional<std::string> render_throughput(TrafficDirection direction,
+                                             const PanelLayout& layout) {
+  return render_traffic("bandwidth",
+                        direction == TrafficDirection::kIn ? Figure::kDownload : Figure::kUpload,
+                        layout);
 }
 
 std::optional<std::string> render_data_transfer(const PanelLayout& layout) {

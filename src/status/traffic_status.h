@@ -9,13 +9,15 @@
 
 namespace tavio {
 
-/// Throughput directions.
-constexpr int kDirectionIn = 1;   ///< download
-constexpr int kDirectionOut = 2;  ///< upload
+/// Which way traffic flows, seen from the router's LAN.
+enum class TrafficDirection : int {
+  kIn = 1,   ///< download
+  kOut = 2,  ///< upload
+};
 
-/// One line per WAN with its current rate in direction; nothing for another direction or
-/// when the API fails or names no unit.
-[[nodiscard]] std::optional<std::string> render_throughput(int direction,
+/// One line per WAN with its current rate in direction; nothing when the API fails or names
+/// no unit.
+[[nodiscard]] std::optional<std::string> render_throughput(TrafficDirection direction,
                                                            const PanelLayout& layout);
 /// One line per WAN with the data it transferred both ways.
 [[nodiscard]] std::optional<std::string> render_data_transfer(const PanelLayout& layout);

@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "platform/json_get.h"
 #include "layout/panel_text.h"
+#include "platform/json_get.h"
 #include "platform/text_buffer.h"
 #include "sources/local_api.h"
 
@@ -91,7 +91,7 @@ std::string render_vpn_status(int id, const PanelLayout& layout) {
         "Cannot get VPN status. Please back to System Status menu to refresh VPN links.",
         layout.chars_per_line));
   }
-  return layout_finish(layout, text.str(), kTextCapacity).value_or(std::string());
+  return layout_finish(layout, text.str(), kTextCapacity);
 }
 
 }  // namespace tavio

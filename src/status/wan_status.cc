@@ -2,8 +2,8 @@
 
 #include <cstring>
 
-#include "platform/json_get.h"
 #include "layout/panel_text.h"
+#include "platform/json_get.h"
 #include "platform/text_buffer.h"
 #include "sources/local_api.h"
 
@@ -71,7 +71,7 @@ void append_signal_block(const WanStatus& wan, const PanelLayout& layout, TextBu
 //  Signal Strength
 //  RSSI:         -71 dBm
 void render_one(const WanStatus& wan, const PanelLayout& layout, TextBuffer& text) {
-  const bool alternative = layout.theme_mode == kThemeAlternative;
+  const bool alternative = layout.theme_mode == ThemeMode::kAlternative;
   const std::string word = wan.message == "No Device Detected"
                                ? std::string("Disconnected")
                                : cut_text(wan.message, kStatusWordCapacity);

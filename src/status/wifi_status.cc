@@ -9,10 +9,7 @@
 #include "sources/local_api.h"
 
 namespace tavio {
-namespace {
-
-
-}  // namespace
+namespace {}  // namespace
 
 std::optional<std::string> remote_assist_get() {
   const ApiResultPtr result =
@@ -28,12 +25,13 @@ std::optional<std::string> remote_assist_get() {
   return std::nullopt;
 }
 
-int wifi_ap_support() {
+WifiApState wifi_ap_support() {
   const ApiResultPtr result = api_request(nullptr, nullptr, "cmd.ap");
   if (!result || !json_is_true(json_object_get(result->response, "support"))) {
-    return kWifiApUnsupported;
+    return WifiApState::kUnsupported;
   }
-  return json_is_true(json_object_get(result->response, "enable")) ? kWifiApOn : kWifiApOff;
+  return json_is_true(json_object_get(result->response, "enable")) ? WifiApState::kOn
+                                                                   : WifiApState::kOff;
 }
 
 std::optional<std::vector<std::string>> wifi_ssid_list() {
@@ -67,13 +65,13 @@ std::optional<std::vector<std::string>> wifi_ssid_list() {
 std::optional<std::string> render_wifi_ap(const PanelLayout& layout) {
   TextBuffer text(kLongTextCapacity);
   switch (wifi_ap_support()) {
-    case kWifiApUnsupported:
+    case WifiApState::kUnsupported:
       text.append(layout_wrap("Not support Wi-Fi AP", layout.chars_per_line));
       break;
-    case kWifiApOff:
+    case WifiApState::kOff:
       text.append(layout_label_value("Wi-Fi AP:", "OFF", layout));
       break;
-    default:
+    case WifiApState::kOn:
       text.append(layout_label_value("Wi-Fi AP:", "ON", layout));
       if (const std::optional<std::vector<std::string>> names = wifi_ssid_list();
           names && !names->empty()) {

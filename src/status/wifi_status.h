@@ -10,15 +10,17 @@
 
 namespace tavio {
 
-/// Access-point support: supported and off, supported and on, not supported or unknown.
-constexpr int kWifiApOff = 0;
-constexpr int kWifiApOn = 1;
-constexpr int kWifiApUnsupported = 2;
+/// The built-in access point: supported and off, supported and on, not supported or unknown.
+enum class WifiApState : int {
+  kOff = 0,
+  kOn = 1,
+  kUnsupported = 2,
+};
 
 /// "On" while remote assistance is enabled; nothing otherwise (never "Off").
 [[nodiscard]] std::optional<std::string> remote_assist_get();
-/// kWifiApOff, kWifiApOn or kWifiApUnsupported.
-[[nodiscard]] int wifi_ap_support();
+/// Whether the router has an access point and whether it is on.
+[[nodiscard]] WifiApState wifi_ap_support();
 /// The names of the enabled networks in WLAN_ORDER; nothing without configuration or order.
 [[nodiscard]] std::optional<std::vector<std::string>> wifi_ssid_list();
 /// "Wi-Fi AP:" with "ON" and the SSIDs, "OFF", or "Not support Wi-Fi AP".

@@ -26,13 +26,13 @@ class DisplayPrefsTest : public TempRootTest {};
 TEST_F(DisplayPrefsTest, ThemeModeTwoOnlyForExactGoogleInThePanelsOwnFile) {
   for (const char* content : {"SUPPORT_THEME=google \n", "OTHER=google\n", ""}) {
     root_.write(kTheme, content);
-    EXPECT_EQ(load_theme_mode("SN42"), 1) << content;
+    EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault) << content;
   }
   // Without a serial the serial part of the name is empty; another panel's file is not read.
   root_.write("/var/run/dorva/tavio/mmi_theme_settings_.json", "SUPPORT_THEME=google\n");
-  EXPECT_EQ(load_theme_mode(nullptr), 2);
-  EXPECT_EQ(load_theme_mode(""), 2);
-  EXPECT_EQ(load_theme_mode("SN42"), 1);
+  EXPECT_EQ(load_theme_mode(nullptr), ThemeMode::kAlternative);
+  EXPECT_EQ(load_theme_mode(""), ThemeMode::kAlternative);
+  EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault);
 }
 
 TEST_F(DisplayPrefsTest, SaveThemeOnlyIntoExistingFile) {
@@ -40,10 +40,10 @@ TEST_F(DisplayPrefsTest, SaveThemeOnlyIntoExistingFile) {
   EXPECT_FALSE(root_.exists(kTheme));
   root_.write(kTheme, "KEEP=me\n");
   EXPECT_EQ(save_theme_setting("SN42", "google"), 1);
-  EXPECT_EQ(load_theme_mode("SN42"), 2);
+  EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kAlternative);
   EXPECT_EQ(save_theme_setting("SN42", nullptr), 1);
   EXPECT_EQ(root_.read(kTheme), "KEEP=\"me\"\nSUPPORT_THEME=\"\"\n");
-  EXPECT_EQ(load_theme_mode("SN42"), 1);
+  EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault);
 }
 
 TEST_F(DisplayPrefsTest, MatchTakesFirstFullEntryOfTheSizeAndSavesIt) {
@@ -77,23 +77,20 @@ TEST_F(DisplayPrefsTest, NoMatchOrUnwritableGridKeepsFileAndOutputs) {
   EXPECT_EQ(lines, -1);
 }
 
-TEST_F(DisplayPrefsTest, LoadFontGivesSavedGridDefaultsOrCallerValues) {
+TEST_F(DisplayPrefsTest, LoadFontGivesSavedGridOrDefaults) {
   const struct {
     const char* content;
     std::int32_t lines, size, chars;
   } cases[] = {{"sz=2", 4, 1, 21},
                {R"({"sz": 3, "ln": 6, "ch": 16})", 6, 3, 16},
-               {R"({"sz": 3, "ln": 6})", 7, 8, 9},
-               {R"({"sz": 3, "ln": 0, "ch": 16})", 7, 8, 9}};
+               {R"({"sz": 3, "ln": 6})", 4, 1, 21},
+               {R"({"sz": 3, "ln": 0, "ch": 16})", 4, 1, 21}};
   for (const auto& c : cases) {
     root_.write(kFont, c.content);
-    std::int32_t lines = 7;
-    std::int32_t size = 8;
-    std::int32_t chars = 9;
-    EXPECT_EQ(load_font_settings("SN42", &lines, &size, &chars), 1);
-    EXPECT_EQ(lines, c.lines) << c.content;
-    EXPECT_EQ(size, c.size) << c.content;
-    EXPECT_EQ(chars, c.chars) << c.content;
+    const PanelLayout layout = load_font_settings("SN42");
+    EXPECT_EQ(layout.lines, c.lines) << c.content;
+    EXPECT_EQ(layout.font_size, c.size) << c.content;
+    EXPECT_EQ(layout.chars_per_line, c.chars) << c.content;
   }
 }
 

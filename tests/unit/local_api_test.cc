@@ -1,6 +1,7 @@
 // The local API client against a stand-in wget_https first on PATH: the parts no end-to-end
 // case reaches (the default port, posts with a body, failures after the tool wrote a reply,
-// temporary files that cannot be written) and that no temporary file outlives a call.
+// temporary files that cannot be written), that no temporary file outlives a call, and that
+// a link planted at a temporary file's name never leads a write elsewhere.
 #include "sources/local_api.h"
 
 #include <gtest/gtest.h>
@@ -109,7 +110,7 @@ TEST_F(LocalApiTest, PortDefaultsTo80UntilFileGivesOneThenKeepsIt) {
   EXPECT_EQ(api_port(), 8080);
 }
 
-TEST_F(LocalApiTest, PostSendsBodyFileAndKeepsFilesUntilReleased) {
+TEST_F(LocalApiTest, PostSendsBodyFileAndLeavesNoFiles) {
   ApiResultPtr result = api_request("{\"action\":\"remoteAssistance\",\"enable\":true}",
                                     api_json_headers().c_str(), "system.action");
   ASSERT_TRUE(result);
@@ -120,9 +121,38 @@ TEST_F(LocalApiTest, PostSendsBodyFileAndKeepsFilesUntilReleased) {
   EXPECT_EQ(root_.read("/seen_body"), "{\"action\":\"remoteAssistance\",\"enable\":true}");
   EXPECT_EQ(root_.read("/seen_headers"), kJsonHeaders);
   EXPECT_STREQ(jget_string(result->response, "state", ""), "up");
-  EXPECT_EQ(root_.list(kRunDir).size(), 3u);
-  api_result_free(std::move(result));
   EXPECT_TRUE(root_.list(kRunDir).empty());
+  api_result_free(std::move(result));
+}
+
+// A link at a temporary file's name, pointing at a file elsewhere, is replaced by a fresh file
+// (the stand-in copies the reply onto its -O name, which would follow a link) and is gone
+// afterwards; the file it points at stays as it was.
+TEST_F(LocalApiTest, PlantedLinksAreNeverWrittenThrough) {
+  const char* const kVictim = "/victim.txt";
+  const struct {
+    const char* prefix;
+    const char* suffix;
+    bool post_without_reply;
+  } cases[] = {{"wget_ext_hdr_", ".txt", false},
+               {"wget_input_", ".txt", false},
+               {"wget_result_", ".json", false},
+               {"wget_ext_hdr_", ".txt", true},
+               {"wget_input_", ".txt", true}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.prefix) + (c.post_without_reply ? " (no reply)" : ""));
+    root_.write(kVictim, "victim");
+    ASSERT_EQ(::symlink(root_.host(kVictim).c_str(), run_file(c.prefix, c.suffix).c_str()), 0);
+    if (c.post_without_reply) {
+      EXPECT_EQ(api_post_no_reply("cmd.system.reboot", "{\"enable\":true}"), 1);
+    } else {
+      EXPECT_TRUE(api_request("{\"enable\":true}", api_json_headers().c_str(), "system.action"));
+    }
+    EXPECT_EQ(root_.read("/seen_body"), "{\"enable\":true}");
+    EXPECT_EQ(root_.read("/seen_headers"), kJsonHeaders);
+    EXPECT_EQ(root_.read(kVictim), "victim");
+    EXPECT_TRUE(root_.list(kRunDir).empty());
+  }
 }
 
 // Other bad replies and failing tools without a reply are end-to-end cases.
@@ -130,7 +160,10 @@ TEST_F(LocalApiTest, FailuresGiveNothingAndLeaveNoFiles) {
   const struct {
     const char* reply;  // null: the tool writes nothing
     int status;
-  } cases[] = {{nullptr, 0}, {"{\"response\": {}}", 1}, {"{\"error\": \"busy\"}", 0}};
+  } cases[] = {{nullptr, 0},
+               {"{\"response\": {}}", 1},
+               {"{\"error\": \"busy\"}", 0},
+               {"<html>busy</html>", 0}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.reply == nullptr ? "no reply" : c.reply);
     ::unlink(root_.host("/reply.json").c_str());
@@ -142,7 +175,7 @@ TEST_F(LocalApiTest, FailuresGiveNothingAndLeaveNoFiles) {
     EXPECT_FALSE(api_request("{}", api_json_headers().c_str(), "system.action"));
     EXPECT_TRUE(root_.list(kRunDir).empty());
   }
-  EXPECT_EQ(calls().size(), 6u);
+  EXPECT_EQ(calls().size(), 8u);
 }
 
 TEST_F(LocalApiTest, NothingRunsWithoutPathOrWritableFiles) {

@@ -22,10 +22,7 @@ std::string dump(const JsonPtr& value) {
   return out;
 }
 
-PanelLayout grid(int theme) {
-  PanelLayout layout;
-  return make_panel_layout(layout, theme, 1, 21, 4);
-}
+PanelLayout grid(int theme) { return make_panel_layout(static_cast<ThemeMode>(theme), 1, 21, 4); }
 
 TEST(MenuEntry, TtlOnlyForReadAccessAndHintWhenGiven) {
   const struct {

@@ -1,0 +1,66 @@
+#include "handlers/item_rows.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/numbers.h"
+#include "platform/text_buffer.h"
+
+namespace tavio {
+namespace {
+
+// A unit serial after a status prefix is kept to 31 characters; the unit of a port switch is
+// exactly 14 (the serials the power menus hand out), and the battery number text to 15.
+constexpr std::size_t kUnitSerialCapacity = 32;
+constexpr std::size_t kPortControlUnitLength = 14;
+constexpr std::size_t kBatteryNumberCapacity = 16;
+
+}  // namespace
+
+bool item_key_matches(const ItemKey& key, const char* identifier) {
+  if (key.suffix == ItemSuffix::kNone) {
+    return std::strcmp(identifier, key.name) == 0;
+  }
+  return std::strncmp(identifier, key.name, std::strlen(key.name)) == 0;
+}
+
+std::optional<ItemArgs> read_item_suffix(const ItemKey& key, const char* identifier) {
+  const std::string_view suffix = identifier + std::strlen(key.name);
+  ItemArgs args;
+  switch (key.suffix) {
+    case ItemSuffix::kNone:
+      break;
+    case ItemSuffix::kNumber: {
+      const std::optional<int> number = scan_int(suffix.data());
+      if (!number) {
+        return std::nullopt;
+      }
+      args.number = *number;
+      break;
+    }
+    case ItemSuffix::kUnitSerial:
+      args.unit = cut_text(suffix, kUnitSerialCapacity);
+      break;
+    case ItemSuffix::kPortControl: {
+      // The separator after the unit is skipped without being looked at.
+      args.unit = std::string(suffix.substr(0, kPortControlUnitLength));
+      const char* port = suffix.size() > kPortControlUnitLength + 1
+                             ? suffix.data() + kPortControlUnitLength + 1
+                             : "";
+      args.number = clamp_to_int(std::strtol(port, nullptr, 10));
+      break;
+    }
+    case ItemSuffix::kBatteryNumber: {
+      const std::string text = cut_text(suffix, kBatteryNumberCapacity);
+      const int number = clamp_to_int(std::strtol(text.c_str(), nullptr, 10));
+      if (number < 0) {
+        return std::nullopt;
+      }
+      args.number = number;
+      break;
+    }
+  }
+  return args;
+}
+
+}  // namespace tavio

@@ -1,0 +1,178 @@
+#include "menus/main_menu.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "layout/menu_items.h"
+#include "layout/panel_text.h"
+#include "menus/maintenance_menu.h"
+#include "menus/system_status_menu.h"
+#include "platform/text_buffer.h"
+#include "status/system_info.h"
+#include "status/vpn_status.h"
+#include "status/wan_status.h"
+#include "status/wifi_status.h"
+
+namespace tavio {
+namespace {
+
+// Room the display keeps on a dashboard line for its own marks.
+constexpr int kDashboardMargin = 3;
+
+// Collects a group's lines and entries, and whether the lines would fit side by side.
+class GroupBuilder {
+ public:
+  explicit GroupBuilder(int width) : width_(width) {}
+
+  void add(const std::string& line, bool up, const std::string& entry_id, const char* title,
+           const std::string& key) {
+    if (!group_.lines) {
+      group_.lines = json_own(json_array());
+      group_.submenu = json_own(json_array());
+    }
+    JsonPtr text = json_own(json_pack("{ss}", "t", line.c_str()));
+    if (text && up) {
+      json_object_set_new_nocheck(text.get(), "is", json_string("on"));
+    }
+    json_append(group_.lines.get(), std::move(text));
+    json_append(group_.submenu.get(),
+                menu_item_poll(entry_id.c_str(), title, key.c_str(), kStatusTtl));
+    total_ += (total_ > 0 ? 1 : 0) + static_cast<long long>(line.size());
+  }
+
+  // Lines too long to share one panel line get a blank line of their own after them.
+  DashboardGroup finish() {
+    if (group_.lines && width_ < total_) {
+      json_append(group_.lines.get(),
+                  json_own(json_pack("{ss}", "t", layout_spaces(width_).c_str())));
+    }
+    return std::move(group_);
+  }
+
+ private:
+  int width_;
+  long long total_ = 0;
+  DashboardGroup group_;
+};
+
+// {"id": id, "i": {"il": lines, "m": entries and a separator}}, when the group has lines.
+void append_group(json_t* menu, const char* id, DashboardGroup group, const PanelLayout& layout) {
+  if (!group.lines || !group.submenu) {
+    return;
+  }
+  json_append(group.submenu.get(), menu_item_separator(layout.chars_per_line));
+  json_append(menu, json_own(json_pack("{ss,s{soso}}", "id", id, "i", "il", group.lines.release(),
+                                       "m", group.submenu.release())));
+}
+
+// "SSID: Office Guest" while the access point is on, "Wi-Fi AP: OFF" while it is off.
+JsonPtr wifi_dashboard_item() {
+  std::string title;
+  switch (wifi_ap_support()) {
+    case WifiApState::kOn: {
+      TextBuffer text(kLongTextCapacity);
+      text.append("SSID: ");
+      if (const std::optional<std::vector<std::string>> names = wifi_ssid_list()) {
+        for (std::size_t i = 0; i < names->size(); ++i) {
+          text.append(i == 0 ? "" : " ");
+          text.append((*names)[i]);
+        }
+      }
+      title = text.str();
+      break;
+    }
+    case WifiApState::kOff:
+      title = "Wi-Fi AP: OFF";
+      break;
+    case WifiApState::kUnsupported:
+      return nullptr;
+  }
+  return menu_item_poll("wifi_ap_dashboard", title.c_str(), "wifi_ap_status", kStatusTtl);
+}
+
+// The device's name as the title over its laid-out "Device name:" text.
+JsonPtr device_name_dashboard_item(const PanelLayout& layout) {
+  const std::optional<std::string> name = device_name_get();
+  if (!name) {
+    return nullptr;
+  }
+  const std::optional<DeviceInfo> info = device_info_collect();
+  const std::optional<std::string> text = render_device_name(info ? &*info : nullptr, layout);
+  if (!text) {
+    return nullptr;
+  }
+  return menu_item_text("device_name_dashboard", name->c_str(), text->c_str(), layout);
+}
+
+// Lock screen?  Yes / No
+JsonPtr lock_screen_item() {
+  return json_own(json_pack("{ss,ss,s{ss,ss,ss,s[ss]}}", "id", "panel_logout", "t", "Lock screen",
+                            "c", "ht", "Lock screen?", "a", "w", "k", "panel_logout", "select",
+                            "Yes", "No"));
+}
+
+}  // namespace
+
+DashboardGroup wan_dashboard_group(int width, bool cellular) {
+  GroupBuilder group(width);
+  const std::optional<WanStatusList> wans = wan_status_collect(nullptr);
+  if (wans) {
+    for (const WanStatus& wan : wans->items) {
+      if (wan.name.empty() || (wan.type == "gobi") != cellular) {
+        continue;
+      }
+      group.add(wan.name, wan.message.find("Connected") != std::string::npos,
+                format_text(kItemIdCapacity, "dash_wan_status_%d", wan.id), wan.name.c_str(),
+                format_text(kItemIdCapacity, "wan_status_%d", wan.id));
+    }
+  }
+  return group.finish();
+}
+
+DashboardGroup vpn_dashboard_group(int width) {
+  GroupBuilder group(width);
+  const std::optional<VpnStatusList> vpns = vpn_status_collect();
+  if (vpns) {
+    for (const VpnStatus& vpn : vpns->items) {
+      if (vpn.name.empty() || vpn.state.empty()) {
+        continue;
+      }
+      group.add(format_text(kTextCapacity, "%s: %s", vpn.name.c_str(),
+                            vpn.secure != 0 ? "SECURED" : "NOT SECURED"),
+                vpn.state.find("ESTABLISHED") != std::string::npos,
+                format_text(kItemIdCapacity, "dash_vpn_status_%d", vpn.id), vpn.name.c_str(),
+                format_text(kItemIdCapacity, "vpn_status_%d", vpn.id));
+    }
+  }
+  return group.finish();
+}
+
+bool dashboard_items(json_t* menu, const PanelLayout& layout) {
+  if (menu == nullptr) {
+    return false;
+  }
+  const int width = layout.chars_per_line - kDashboardMargin;
+  append_group(menu, "wan_info_dashboard", wan_dashboard_group(width, false), layout);
+  append_group(menu, "cellular_wan_info_dashboard", wan_dashboard_group(width, true), layout);
+  append_group(menu, "vpn_info_dashboard", vpn_dashboard_group(width), layout);
+  json_append(menu, wifi_dashboard_item());
+  json_append(menu, device_name_dashboard_item(layout));
+  return true;
+}
+
+JsonPtr main_menu_items(bool signed_in, const PanelLayout& layout) {
+  const std::optional<WanStatusList> wans = wan_status_collect(nullptr);
+  const WanStatusList* wan_list = wans ? &*wans : nullptr;
+  JsonPtr menu = json_own(json_array());
+  json_append(menu.get(), build_ha_status_item(layout));
+  json_append(menu.get(), build_system_status_menu(wan_list, layout));
+  json_append(menu.get(), maintenance_menu(wan_list, layout));
+  if (signed_in) {
+    json_append(menu.get(), lock_screen_item());
+  }
+  json_append(menu.get(), menu_item_separator(layout.chars_per_line));
+  return menu;
+}
+
+}  // namespace tavio

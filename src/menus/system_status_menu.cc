@@ -1,0 +1,146 @@
+#include "menus/system_status_menu.h"
+
+#include <optional>
+#include <string>
+
+#include "layout/menu_items.h"
+#include "layout/panel_text.h"
+#include "platform/text_buffer.h"
+#include "status/lan_ha_status.h"
+#include "status/port_status.h"
+#include "status/system_info.h"
+#include "status/vpn_status.h"
+
+namespace tavio {
+namespace {
+
+// The clock changes every second but is read less often than the status figures.
+constexpr int kClockTtl = 30;
+// The "VPN Disabled" text is wrapped into a small buffer.
+constexpr std::size_t kVpnDisabledCapacity = 64;
+
+using Text = std::optional<std::string>;
+
+// A text item of one identity field, left out when the field is empty.
+JsonPtr identity_item(const char* id, const char* title, const Text& text,
+                      const PanelLayout& layout) {
+  return text ? menu_item_text(id, title, text->c_str(), layout) : nullptr;
+}
+
+// An entry whose id and key are both format with the record's id.
+JsonPtr numbered_entry(const char* format, int id, const std::string& title) {
+  const std::string key = format_text(kItemIdCapacity, format, id);
+  return menu_item_poll(key.c_str(), title.c_str(), key.c_str(), kStatusTtl);
+}
+
+// System
+//   Firmware version, Device name, Hardware revision, Serial number  (texts)
+//   System time, System up time, CPU Load                            (entries)
+JsonPtr system_submenu(const PanelLayout& layout) {
+  JsonPtr items = json_own(json_array());
+  const std::optional<DeviceInfo> info = device_info_collect();
+  const DeviceInfo* device = info ? &*info : nullptr;
+  json_append(items.get(), identity_item("system_fw", "Firmware version",
+                                         render_firmware(device, layout), layout));
+  json_append(items.get(), identity_item("system_device_name", "Device name",
+                                         render_device_name(device, layout), layout));
+  json_append(items.get(), identity_item("system_hw_ver", "Hardware revision",
+                                         render_hardware_revision(device, layout), layout));
+  json_append(items.get(), identity_item("system_sn", "Serial number",
+                                         render_serial_number(device, layout), layout));
+  json_append(items.get(), menu_item_poll("system_time", "System time", "systime", kClockTtl));
+  json_append(items.get(),
+              menu_item_poll("system_uptime", "System up time", "sysuptime", kStatusTtl));
+  json_append(items.get(), menu_item_poll("system_cpuload", "CPU Load", "cpuload", kStatusTtl));
+  json_append(items.get(), menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu("system_sub", "System", std::move(items));
+}
+
+// LAN
+//   Port 1 ... Port N  (the listed LAN ports), IP Address
+JsonPtr lan_submenu(const PanelLayout& layout) {
+  JsonPtr items = json_own(json_array());
+  if (const std::optional<PortStatusList> ports = port_status_collect(nullptr)) {
+    for (const PortStatus& port : ports->items) {
+      if (!port.name.empty()) {
+        json_append(items.get(), numbered_entry("lan_port_status_%d", port.id, port.name));
+      }
+    }
+  }
+  json_append(items.get(), menu_item_poll("system_lan_ip", "IP Address", "lan_ip", kStatusTtl));
+  json_append(items.get(), menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu("lan_status_main", "LAN", std::move(items));
+}
+
+// WAN
+//   one entry per enabled connection, titled with its name
+JsonPtr wan_submenu(const WanStatusList* wans, const PanelLayout& layout) {
+  JsonPtr items = json_own(json_array());
+  if (wans != nullptr) {
+    for (const WanStatus& wan : wans->items) {
+      json_append(items.get(), numbered_entry("wan_status_%d", wan.id, wan.name));
+    }
+  }
+  json_append(items.get(), menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu("wan_status_main", "WAN", std::move(items));
+}
+
+// VPN
+//   one entry per profile with a name and a link state; "VPN Disabled" without the service
+JsonPtr vpn_submenu(const PanelLayout& layout) {
+  JsonPtr items = json_own(json_array());
+  if (const std::optional<VpnStatusList> vpns = vpn_status_collect()) {
+    for (const VpnStatus& vpn : vpns->items) {
+      if (!vpn.name.empty() && !vpn.state.empty()) {
+        json_append(items.get(), numbered_entry("vpn_status_%d", vpn.id, vpn.name));
+      }
+    }
+    json_append(items.get(), menu_item_separator(layout.chars_per_line));
+  } else {
+    const std::string text =
+        cut_text(layout_wrap("VPN Disabled", layout.chars_per_line), kVpnDisabledCapacity);
+    json_append(items.get(),
+                json_own(json_pack("{ss,ss}", "id", "vpn_status_disable", "st", text.c_str())));
+  }
+  return menu_item_submenu("vpn_status_main", "VPN", std::move(items));
+}
+
+// Bandwidth
+//   Throughput in, Throughput out, Data transfer'd
+JsonPtr bandwidth_submenu(const PanelLayout& layout) {
+  JsonPtr items = json_own(json_array());
+  json_append(items.get(), menu_item_poll("wans_throughput_in", "Throughput in",
+                                          "wans_throughput_in", kStatusTtl));
+  json_append(items.get(), menu_item_poll("wans_throughput_out", "Throughput out",
+                                          "wans_throughput_out", kStatusTtl));
+  json_append(items.get(), menu_item_poll("wans_data_transfer", "Data transfer'd",
+                                          "wans_data_transfer", kStatusTtl));
+  json_append(items.get(), menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu("bw_main", "Bandwidth", std::move(items));
+}
+
+}  // namespace
+
+JsonPtr build_system_status_menu(const WanStatusList* wans, const PanelLayout& layout) {
+  JsonPtr items = json_own(json_array());
+  json_append(items.get(), system_submenu(layout));
+  json_append(items.get(), lan_submenu(layout));
+  json_append(items.get(), wan_submenu(wans, layout));
+  json_append(items.get(), vpn_submenu(layout));
+  json_append(items.get(), bandwidth_submenu(layout));
+  json_append(items.get(), menu_item_separator(layout.chars_per_line));
+  return json_own(json_pack("{ss,ss,si,so}", "id", "system_main", "t", "System status", "sz",
+                            layout.font_size, "m", items.release()));
+}
+
+JsonPtr build_ha_status_item(const PanelLayout& layout) {
+  const std::optional<std::string> title = ha_state_title();
+  if (!title || title->empty()) {
+    return nullptr;
+  }
+  return json_own(json_pack("{ss,ss,si,s{ss,ss,si,ss}}", "id", "ha_main", "t", title->c_str(), "sz",
+                            layout.font_size, "c", "qt", "poll", "a", "r", "ttl", kStatusTtl, "k",
+                            "ha_status"));
+}
+
+}  // namespace tavio
