@@ -137,6 +137,8 @@ if [[ -f $case_dir/faketime ]]; then
   [[ -n $faketime_lib ]] || skip "libfaketime is not installed"
   moment=$(date -u -d "$(<"$case_dir/faketime")" +%s) || die "$name: faketime: not a time"
   clock=(env "LD_PRELOAD=$faketime_lib" FAKETIME_FMT=%s "FAKETIME=$moment")
+  # A sanitized tavio wants its runtime loaded first; libfaketime only adds clock calls.
+  export ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}verify_asan_link_order=0
 fi
 # The uptime: strace overwrites the first field of sysinfo's answer, the uptime (a long of
 # the build machine), as the call returns; it does so for valgrind and qemu-arm too, which
@@ -155,6 +157,8 @@ if [[ -f $case_dir/uptime ]]; then
   fi
   uptime_hook=(strace -f -qq --seccomp-bpf -o /dev/null -e trace=sysinfo
     -e "inject=sysinfo:poke_exit=@arg1=$field")
+  # LeakSanitizer cannot work in a traced process; valgrind checks these runs for leaks.
+  export ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0
 fi
 
 # --- the run ----------------------------------------------------------------------------
