@@ -141,10 +141,9 @@ if [[ -f $case_dir/faketime ]]; then
   export ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}verify_asan_link_order=0
 fi
 # The uptime: strace overwrites the first field of sysinfo's answer, the uptime (a long of
-# the build machine), as the call returns; it does so for valgrind and qemu-arm too, which
-# make the call for tavio. A time namespace would move the boot-time clock as well, but that
-# clock keeps running: under valgrind tavio asks about a second after its start, so the
-# figure it sees would depend on the load of the machine.
+# the build machine), as the call returns; also when valgrind or qemu-arm makes the call for
+# tavio. (A time namespace's boot-time offset keeps the clock running: under valgrind, tavio
+# asks up to a second or more after its start, and the figure would depend on the load.)
 uptime_hook=()
 if [[ -f $case_dir/uptime ]]; then
   uptime=$(<"$case_dir/uptime")
@@ -207,8 +206,8 @@ entry_lines() { sed 's/},{/},\n{/g' "$1"; echo; }
 
 [[ $status -eq 0 ]] || fail "exit status $status, expected 0"
 
-# A temporary file named after another process than tavio's would pass the comparison only
-# by accident of the placeholder; name it.
+# tavio names its temporary files after its process id, which became @PID@ above: digits left
+# there mean the files were named after another process, or the wrong process id was taken.
 if other=$(grep -ohE 'wget_[a-z_]+_[0-9]+\.[a-z]+' "$work/stdout" "$log_file"); then
   fail "temporary files named after another process than tavio's ($pid): $(sort -u <<<"$other" | tr '\n' ' ')"
 fi
