@@ -8,6 +8,8 @@
 #include "menus/main_menu.h"
 #include "menus/panel_access.h"
 #include "platform/json_get.h"
+#include "power/external_power.h"
+#include "power/unit_menus.h"
 
 namespace tavio {
 namespace {
@@ -19,24 +21,28 @@ struct NamedMenu {
   JsonPtr (*build)(bool signed_in, const PanelLayout& layout);
 };
 
-// Power units and batteries have no menus on this router yet: their names answer nothing.
-JsonPtr no_menu(bool /*signed_in*/, const PanelLayout& /*layout*/) { return nullptr; }
+JsonPtr battery_menu(bool /*signed_in*/, const PanelLayout& layout) {
+  return battery_menu_items(layout);
+}
+JsonPtr pdu_menu(bool /*signed_in*/, const PanelLayout& layout) {
+  return power_menu_pdu_items(layout);
+}
+JsonPtr pmu_menu(bool /*signed_in*/, const PanelLayout& layout) {
+  return power_menu_pmu_items(layout);
+}
 
 // Compared exactly, in this order.
 const NamedMenu kNamedMenus[] = {
-    {"pwr_consume_status_battery_menu", no_menu},
+    {"pwr_consume_status_battery_menu", battery_menu},
     {"main_menu", main_menu_items},
-    {"pdu_menu", no_menu},
-    {"pmu_menu", no_menu},
+    {"pdu_menu", pdu_menu},
+    {"pmu_menu", pmu_menu},
 };
-
-// The Power panel's own menu (external power input and batteries); not available yet.
-JsonPtr power_panel_menu() { return nullptr; }
 
 // The home menu of the panel type: the External panel signs in first when it must.
 JsonPtr home_menu(const Exchange& exchange, const PanelLayout& layout) {
   if (exchange.panel_type == PanelType::kPower) {
-    return power_panel_menu();
+    return power_consumption_menu_items(layout);
   }
   if (exchange.must_sign_in()) {
     return panel_sign_in_menu(layout);

@@ -6,6 +6,8 @@
 
 #include "handlers/item_rows.h"
 #include "layout/panel_text.h"
+#include "power/external_power.h"
+#include "power/unit_status.h"
 #include "platform/json_get.h"
 #include "platform/text_buffer.h"
 #include "status/lan_ha_status.h"
@@ -24,11 +26,12 @@ constexpr int kItemTtl = 5;
 
 using Text = std::optional<std::string>;
 
-/// What a row hands its reader: the identifier's suffix as read, the row's argument and the
-/// panel's grid.
+/// What a row hands its reader: the identifier's suffix as read, the row's arguments and
+/// the panel's grid.
 struct ValueRequest {
   const ItemArgs& args;
   int arg;
+  PowerUnitType unit;
   const PanelLayout& layout;
 };
 
@@ -67,18 +70,32 @@ Text read_lan_port_speed(const ValueRequest& item) {
 
 Text read_wan_port_speed(const ValueRequest& item) { return port_media_get(item.args.number); }
 
-// Power units, external power and batteries are not served yet: their items read "".
-Text read_unavailable(const ValueRequest& /*item*/) { return std::nullopt; }
+Text read_port_quantity(const ValueRequest& item) {
+  return render_port_quantity(static_cast<PortQuantity>(item.arg), item.unit, item.args.unit,
+                              item.layout);
+}
 
-// Power-unit types handed to the power rows.
-constexpr int kIntegratedPmu = 1;
-constexpr int kExternalPmu = 2;
-constexpr int kPdu = 3;
+Text read_unit_temperature(const ValueRequest& item) {
+  return pmu_render_temperature(item.unit, item.args.unit, item.layout);
+}
+
+Text read_port_control(const ValueRequest& item) {
+  return pmu_port_state(item.args.unit, item.args.number);
+}
+
+Text read_input_power(const ValueRequest& item) {
+  return extpower_render_input_power(item.layout);
+}
+Text read_battery(const ValueRequest& item) {
+  return battery_render_one(item.args.number, item.layout);
+}
+Text read_batteries(const ValueRequest& item) { return battery_render_all(item.layout); }
 
 struct ValueRow {
   ItemKey key;
-  int arg;  ///< a traffic direction or a power-unit type
   Text (*read)(const ValueRequest& item);
+  int arg = 0;  ///< a traffic direction or a port quantity
+  PowerUnitType unit = PowerUnitType::kIntegratedPmu;
 };
 
 constexpr int kIn = static_cast<int>(TrafficDirection::kIn);
@@ -86,44 +103,54 @@ constexpr int kOut = static_cast<int>(TrafficDirection::kOut);
 constexpr ItemSuffix kExact = ItemSuffix::kNone;
 constexpr ItemSuffix kNumber = ItemSuffix::kNumber;
 constexpr ItemSuffix kUnit = ItemSuffix::kUnitSerial;
+constexpr PowerUnitType kLocal = PowerUnitType::kIntegratedPmu;
+constexpr PowerUnitType kExternal = PowerUnitType::kExternalPmu;
+constexpr PowerUnitType kPdu = PowerUnitType::kPdu;
+constexpr int kState = static_cast<int>(PortQuantity::kState);
+constexpr int kInVolt = static_cast<int>(PortQuantity::kInputVoltage);
+constexpr int kOutVolt = static_cast<int>(PortQuantity::kOutputVoltage);
+constexpr int kInCurr = static_cast<int>(PortQuantity::kInputCurrent);
+constexpr int kOutCurr = static_cast<int>(PortQuantity::kOutputCurrent);
+constexpr int kVolt = static_cast<int>(PortQuantity::kVoltage);
+constexpr int kCurr = static_cast<int>(PortQuantity::kCurrent);
 
 // Tried strictly in this order; the first row that matches decides.
 const ValueRow kValueRows[] = {
-    {{"ha_status", kExact}, 0, read_ha_status},
-    {{"systime", kExact}, 0, read_system_time},
-    {{"sysuptime", kExact}, 0, read_uptime},
-    {{"cpuload", kExact}, 0, read_cpu_load},
-    {{"lan_port_status_", kNumber}, 0, read_lan_port_status},
-    {{"lan_ip", kExact}, 0, read_lan_ip},
-    {{"wan_status_", kNumber}, 0, read_wan_status},
-    {{"vpn_status_", kNumber}, 0, read_vpn_status},
-    {{"wans_throughput_in", kExact}, kIn, read_throughput},
-    {{"wans_throughput_out", kExact}, kOut, read_throughput},
-    {{"wans_data_transfer", kExact}, 0, read_data_transfer},
-    {{"local_pmu_status_port_", kUnit}, kIntegratedPmu, read_unavailable},
-    {{"ext_pmu_status_port_", kUnit}, kExternalPmu, read_unavailable},
-    {{"pdu_status_port_", kUnit}, kPdu, read_unavailable},
-    {{"pmu_port_ctrl_", ItemSuffix::kPortControl}, 0, read_unavailable},
-    {{"local_pmu_status_temp_", kUnit}, kIntegratedPmu, read_unavailable},
-    {{"ext_pmu_status_temp_", kUnit}, kExternalPmu, read_unavailable},
-    {{"pdu_status_temp_", kUnit}, kPdu, read_unavailable},
-    {{"local_pmu_status_in_volt_", kUnit}, kIntegratedPmu, read_unavailable},
-    {{"ext_pmu_status_in_volt_", kUnit}, kExternalPmu, read_unavailable},
-    {{"local_pmu_status_out_volt_", kUnit}, kIntegratedPmu, read_unavailable},
-    {{"ext_pmu_status_out_volt_", kUnit}, kExternalPmu, read_unavailable},
-    {{"pdu_status_volt_", kUnit}, kPdu, read_unavailable},
-    {{"local_pmu_status_in_curr_", kUnit}, kIntegratedPmu, read_unavailable},
-    {{"ext_pmu_status_in_curr_", kUnit}, kExternalPmu, read_unavailable},
-    {{"local_pmu_status_out_curr_", kUnit}, kIntegratedPmu, read_unavailable},
-    {{"ext_pmu_status_out_curr_", kUnit}, kExternalPmu, read_unavailable},
-    {{"pdu_status_curr_", kUnit}, kPdu, read_unavailable},
-    {{"lan_port_speed", kExact}, 0, read_lan_port_speed},
-    {{"wan_port_speed_", kNumber}, 0, read_wan_port_speed},
-    {{"remote_assist", kExact}, 0, read_remote_assist},
-    {{"pwr_consume_status_input_power", kExact}, 0, read_unavailable},
-    {{"pwr_consume_status_battery_", ItemSuffix::kBatteryNumber}, 0, read_unavailable},
-    {{"pwr_consume_status_battery", kExact}, 0, read_unavailable},
-    {{"wifi_ap_status", kExact}, 0, read_wifi_ap},
+    {{"ha_status", kExact}, read_ha_status},
+    {{"systime", kExact}, read_system_time},
+    {{"sysuptime", kExact}, read_uptime},
+    {{"cpuload", kExact}, read_cpu_load},
+    {{"lan_port_status_", kNumber}, read_lan_port_status},
+    {{"lan_ip", kExact}, read_lan_ip},
+    {{"wan_status_", kNumber}, read_wan_status},
+    {{"vpn_status_", kNumber}, read_vpn_status},
+    {{"wans_throughput_in", kExact}, read_throughput, kIn},
+    {{"wans_throughput_out", kExact}, read_throughput, kOut},
+    {{"wans_data_transfer", kExact}, read_data_transfer},
+    {{"local_pmu_status_port_", kUnit}, read_port_quantity, kState, kLocal},
+    {{"ext_pmu_status_port_", kUnit}, read_port_quantity, kState, kExternal},
+    {{"pdu_status_port_", kUnit}, read_port_quantity, kState, kPdu},
+    {{"pmu_port_ctrl_", ItemSuffix::kPortControl}, read_port_control},
+    {{"local_pmu_status_temp_", kUnit}, read_unit_temperature, 0, kLocal},
+    {{"ext_pmu_status_temp_", kUnit}, read_unit_temperature, 0, kExternal},
+    {{"pdu_status_temp_", kUnit}, read_unit_temperature, 0, kPdu},
+    {{"local_pmu_status_in_volt_", kUnit}, read_port_quantity, kInVolt, kLocal},
+    {{"ext_pmu_status_in_volt_", kUnit}, read_port_quantity, kInVolt, kExternal},
+    {{"local_pmu_status_out_volt_", kUnit}, read_port_quantity, kOutVolt, kLocal},
+    {{"ext_pmu_status_out_volt_", kUnit}, read_port_quantity, kOutVolt, kExternal},
+    {{"pdu_status_volt_", kUnit}, read_port_quantity, kVolt, kPdu},
+    {{"local_pmu_status_in_curr_", kUnit}, read_port_quantity, kInCurr, kLocal},
+    {{"ext_pmu_status_in_curr_", kUnit}, read_port_quantity, kInCurr, kExternal},
+    {{"local_pmu_status_out_curr_", kUnit}, read_port_quantity, kOutCurr, kLocal},
+    {{"ext_pmu_status_out_curr_", kUnit}, read_port_quantity, kOutCurr, kExternal},
+    {{"pdu_status_curr_", kUnit}, read_port_quantity, kCurr, kPdu},
+    {{"lan_port_speed", kExact}, read_lan_port_speed},
+    {{"wan_port_speed_", kNumber}, read_wan_port_speed},
+    {{"remote_assist", kExact}, read_remote_assist},
+    {{"pwr_consume_status_input_power", kExact}, read_input_power},
+    {{"pwr_consume_status_battery_", ItemSuffix::kBatteryNumber}, read_battery},
+    {{"pwr_consume_status_battery", kExact}, read_batteries},
+    {{"wifi_ap_status", kExact}, read_wifi_ap},
 };
 
 JsonPtr value_entry(const char* identifier, const char* text) {
@@ -144,7 +171,7 @@ JsonPtr render_value_item(const char* identifier, const PanelLayout& layout) {
   std::optional<ItemArgs> args;
   const ValueRow* row = match_item_row(kValueRows, identifier, &args);
   const Text text =
-      (row == nullptr || !args) ? std::nullopt : row->read(ValueRequest{*args, row->arg, layout});
+      (row == nullptr || !args) ? std::nullopt : row->read(ValueRequest{*args, row->arg, row->unit, layout});
   return value_entry(identifier, text ? text->c_str() : "");
 }
 

@@ -11,6 +11,7 @@
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"
+#include "power/device_commands.h"
 #include "sources/local_api.h"
 #include "status/port_status.h"
 
@@ -169,8 +170,16 @@ void panel_logout(const WriteRequest& write) {
   panel_reload(serial);
 }
 
-// Power-unit ports cannot be switched on this router yet: the switch answers as failed.
-void power_port_switch(const WriteRequest& write) { write.answer.failed(); }
+// Only "ON" switches on; the answer is the state the unit confirms.
+void power_port_switch(const WriteRequest& write) {
+  const std::optional<std::string> state =
+      devcmd_port_set(write.args.unit, write.args.number, std::strcmp(write.value, "ON") == 0);
+  if (state) {
+    write.answer.done(*state);
+  } else {
+    write.answer.failed();
+  }
+}
 
 struct ActionRow {
   ItemKey key;

@@ -75,6 +75,15 @@ JsonPtr menu_item_entry(const char* id, const char* title, const char* query_typ
   return json_own(json_pack("{ss,ss,so}", "id", id, "t", title, "c", content.release()));
 }
 
+JsonPtr menu_item_label_value(const char* id, const char* title, const char* label,
+                              const char* value, const PanelLayout& layout) {
+  if (is_empty(id) || is_empty(title) || label == nullptr || value == nullptr) {
+    return nullptr;
+  }
+  const std::string text = cut_text(layout_label_value(label, value, layout), kTextCapacity);
+  return text.empty() ? nullptr : menu_item_text(id, title, text.c_str(), layout);
+}
+
 JsonPtr menu_item_submenu(const char* id, const char* title, JsonPtr items) {
   if (!items) {
     return nullptr;

@@ -25,6 +25,10 @@ namespace tavio {
 [[nodiscard]] JsonPtr menu_item_entry(const char* id, const char* title, const char* query_type,
                                       const char* access, const char* key, std::int32_t ttl,
                                       const char* hint, JsonPtr selection);
+/// A text item of one label and its value laid out for the panel; null when any text is
+/// missing or the laid-out text is empty.
+[[nodiscard]] JsonPtr menu_item_label_value(const char* id, const char* title, const char* label,
+                                            const char* value, const PanelLayout& layout);
 /// {"id": id, "t": title, "m": items}: an item that opens the menu items; null without items.
 [[nodiscard]] JsonPtr menu_item_submenu(const char* id, const char* title, JsonPtr items);
 /// A read-only entry the panel polls with a value read of key every ttl seconds.

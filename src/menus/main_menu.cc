@@ -9,6 +9,7 @@
 #include "menus/maintenance_menu.h"
 #include "menus/system_status_menu.h"
 #include "platform/text_buffer.h"
+#include "power/unit_menus.h"
 #include "status/system_info.h"
 #include "status/vpn_status.h"
 #include "status/wan_status.h"
@@ -167,6 +168,7 @@ JsonPtr main_menu_items(bool signed_in, const PanelLayout& layout) {
   JsonPtr menu = json_own(json_array());
   json_append(menu.get(), build_ha_status_item(layout));
   json_append(menu.get(), build_system_status_menu(wan_list, layout));
+  json_append(menu.get(), power_menu_main(layout));
   json_append(menu.get(), maintenance_menu(wan_list, layout));
   if (signed_in) {
     json_append(menu.get(), lock_screen_item());

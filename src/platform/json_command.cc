@@ -8,7 +8,11 @@ JsonPtr run_json_command(const char* result_format, ExitCheck exit_check,
                          const CommandFormer& form_command) {
   TempFile output(result_format);
   output.clear_for_command();
-  const int status = run_shell(form_command(output.path()));
+  const std::string command = form_command(output.path());
+  if (command.empty()) {
+    return nullptr;  // the command could not be formed: nothing runs
+  }
+  const int status = run_shell(command);
   if (exit_check == ExitCheck::kRequireZero && status != 0) {
     return nullptr;
   }

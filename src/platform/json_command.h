@@ -22,7 +22,8 @@ using CommandFormer = std::function<std::string(const HostPath& output)>;
 
 /// Runs the command formed for the temporary file named by result_format ("%d" the process
 /// id) through the shell and loads the file as JSON; null when the status check fails or the
-/// file is missing or not JSON. The file is cleared before the run and gone on return.
+/// file is missing or not JSON. The file is cleared before the run and gone on return. A
+/// former that gives "" (a command it could not form) runs nothing and gives null.
 [[nodiscard]] JsonPtr run_json_command(const char* result_format, ExitCheck exit_check,
                                        const CommandFormer& form_command);
 

@@ -1,0 +1,36 @@
+// The router's external power input and its batteries, as the device tool reports them with
+// "capwap_cli extpower_status": the power-consumption menu with its battery submenu, and the
+// input-power and battery texts the panel polls. Every failure of the tool shows as
+// "Cannot get battery status." or "Source: Detecting", never as an error of its own.
+#ifndef TAVIO_POWER_EXTERNAL_POWER_H
+#define TAVIO_POWER_EXTERNAL_POWER_H
+
+#include <string>
+
+#include "tavio/json_ref.h"
+#include "tavio/panel_layout.h"
+
+namespace tavio {
+
+/// The first element of the external-power report "rpt"; null on any failure.
+[[nodiscard]] JsonPtr devcmd_extpower();
+
+/// The power-consumption menu: the input-power entry titled by the source, the "Battery"
+/// submenu and a separator.
+[[nodiscard]] JsonPtr power_consumption_menu_items(const PanelLayout& layout);
+/// One polled entry per named battery and a separator; "Cannot get battery status." as the
+/// menu's only content when the report lists no batteries.
+[[nodiscard]] JsonPtr battery_menu_items(const PanelLayout& layout);
+/// "Source: " and the reported source, or "Source: Detecting"; not laid out.
+[[nodiscard]] std::string extpower_source_title();
+/// "<source> Input Power:" and "<power> W", or "Source:" and "Detecting" while either is
+/// unknown.
+[[nodiscard]] std::string extpower_render_input_power(const PanelLayout& layout);
+/// The figures of every battery whose "id" is id, or "Cannot get battery status.".
+[[nodiscard]] std::string battery_render_one(int id, const PanelLayout& layout);
+/// The figures of every battery, each followed by a rule, or "Cannot get battery status.".
+[[nodiscard]] std::string battery_render_all(const PanelLayout& layout);
+
+}  // namespace tavio
+
+#endif
