@@ -14,6 +14,11 @@
 #   env              optional; KEY=VALUE lines exported for the run (TAVIO_ROOT may be
 #                    overridden here; PATH may not)
 #   settle           optional; seconds to wait after tavio exits, for background commands
+#   faketime         optional; a moment as `date -d` reads it ("2024-06-30 22:15:40 UTC"):
+#                    the wall clock stands still there for the run (libfaketime, preloaded
+#                    into tavio or into its emulator); the zone is TZ from env
+#   uptime           optional; the seconds the system has been up, as sysinfo tells tavio
+#                    (strace writes them into sysinfo's answer)
 #   expected.stdout  tavio's standard output, exactly
 #   expected.json    optional; the response file, byte for byte; without it no response
 #                    file may exist after the run
@@ -23,14 +28,17 @@
 # id where it names a file (log and output only).
 #
 # Every run checks: exit status 0; reboot, restoreconfig, saveconfig, activate, wget_https
-# and capwap_cli resolve into sim/bin; no temporary file of the run is left in the run
-# directory.
+# and capwap_cli resolve into sim/bin; every temporary file named in the output is named
+# after tavio's own process id; no temporary file of the run is left in the run directory.
+# A case that needs what this machine lacks (libfaketime, strace that may trace) prints SKIP
+# and ends with exit status 77.
 #
 # TAVIO_UPDATE_GOLDEN=1 writes what the run produced as the case's expectations instead of
 # comparing (review every changed file by hand before committing it).
 set -euo pipefail
 
 die() { echo "run_case: $*" >&2; exit 2; }
+skip() { echo "SKIP $name: $*"; exit 77; }
 
 [[ $# -ge 2 ]] || die "usage: run_case.sh CASE_DIR TAVIO_BINARY [EMULATOR...]"
 case_dir=$(cd "$1" && pwd) || die "no case directory $1"
@@ -44,6 +52,8 @@ if [[ ${#emulator[@]} -eq 0 && -n ${TAVIO_EMULATOR:-} ]]; then
 fi
 
 repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+# shellcheck source=tools/check-standins
+source "$repo/tools/check-standins"
 sim_bin=$repo/sim/bin
 router=$repo/sim/router
 name=$(basename "$case_dir")
@@ -108,22 +118,61 @@ fi
 export PATH=$sim_bin:$PATH
 
 # Nothing that changes the machine may be reachable: each command must be the stand-in.
-for command in reboot restoreconfig saveconfig activate wget_https capwap_cli; do
-  found=$(type -P "$command" || true)
-  if [[ $found != "$sim_bin/$command" ]]; then
-    echo "FAIL $name: $command resolves to '${found:-nothing}', not the stand-in in $sim_bin"
-    exit 1
+if ! check_standins "$sim_bin"; then
+  echo "FAIL $name: the stand-ins of $sim_bin do not come first on PATH"
+  exit 1
+fi
+
+# --- the clock and the uptime ----------------------------------------------------------
+# Both are set from outside tavio, also when it runs under an emulator.
+# The wall clock: libfaketime, preloaded into tavio, or into an emulator that is itself a
+# dynamically linked program (valgrind hands it on to tavio; qemu-arm makes the guest's clock
+# calls through its own C library, where it intercepts them).
+clock=()
+if [[ -f $case_dir/faketime ]]; then
+  faketime_lib=
+  for candidate in /usr/lib/"$(uname -m)"-linux-*/faketime/libfaketime.so.1; do
+    [[ -e $candidate ]] && { faketime_lib=$candidate; break; }
+  done
+  [[ -n $faketime_lib ]] || skip "libfaketime is not installed"
+  moment=$(date -u -d "$(<"$case_dir/faketime")" +%s) || die "$name: faketime: not a time"
+  clock=(env "LD_PRELOAD=$faketime_lib" FAKETIME_FMT=%s "FAKETIME=$moment")
+  # A sanitized tavio wants its runtime loaded first; libfaketime only adds clock calls.
+  export ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}verify_asan_link_order=0
+fi
+# The uptime: strace overwrites the first field of sysinfo's answer, the uptime (a long of
+# the build machine), as the call returns; also when valgrind or qemu-arm makes the call for
+# tavio. (A time namespace's boot-time offset keeps the clock running: under valgrind, tavio
+# asks up to a second or more after its start, and the figure would depend on the load.)
+uptime_hook=()
+if [[ -f $case_dir/uptime ]]; then
+  uptime=$(<"$case_dir/uptime")
+  [[ $uptime =~ ^[0-9]+$ ]] || die "$name: uptime: not a number of seconds"
+  strace -o /dev/null true 2>/dev/null || skip "strace is missing or may not trace here"
+  field=$(printf '%0*x' $(($(getconf LONG_BIT) / 4)) "$uptime")
+  if [[ $(printf '\1\0' | od -An -tu2 | tr -d ' ') == 1 ]]; then  # little-endian
+    bytes=$field field=
+    for ((at = ${#bytes} - 2; at >= 0; at -= 2)); do field+=${bytes:at:2}; done
   fi
-done
+  uptime_hook=(strace -f -qq --seccomp-bpf -o /dev/null -e trace=sysinfo
+    -e "inject=sysinfo:poke_exit=@arg1=$field")
+  # LeakSanitizer cannot work in a traced process; valgrind checks these runs for leaks.
+  export ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0
+fi
 
 # --- the run ----------------------------------------------------------------------------
 cd "$work"
+# tavio's process id, as the launcher's: it execs the emulator (if any), which execs tavio or
+# runs it in its own process, as valgrind and qemu-arm do.
+# shellcheck disable=SC2016  # expanded by the launcher
+launch=(sh -c 'echo $$ >"$0" && exec "$@"' "$work/pid")
 set +e
-"${emulator[@]}" "$binary" "${args[@]}" >"$work/stdout" 2>"$work/stderr" </dev/null &
-pid=$!
-wait "$pid"
+"${uptime_hook[@]}" "${launch[@]}" "${clock[@]}" "${emulator[@]}" "$binary" "${args[@]}" \
+  >"$work/stdout" 2>"$work/stderr" </dev/null
 status=$?
 set -e
+[[ -s $work/pid ]] || die "$name: tavio was not started (exit status $status)"
+pid=$(<"$work/pid")
 if [[ -f $case_dir/settle ]]; then
   sleep "$(<"$case_dir/settle")"
 fi
@@ -156,6 +205,12 @@ fail() { echo "FAIL $name: $*"; failures=$((failures + 1)); }
 entry_lines() { sed 's/},{/},\n{/g' "$1"; echo; }
 
 [[ $status -eq 0 ]] || fail "exit status $status, expected 0"
+
+# tavio names its temporary files after its process id, which became @PID@ above: digits left
+# there mean the files were named after another process, or the wrong process id was taken.
+if other=$(grep -ohE 'wget_[a-z_]+_[0-9]+\.[a-z]+' "$work/stdout" "$log_file"); then
+  fail "temporary files named after another process than tavio's ($pid): $(sort -u <<<"$other" | tr '\n' ' ')"
+fi
 
 if ! cmp -s "$case_dir/expected.stdout" "$work/stdout"; then
   fail "standard output differs (--- expected, +++ actual):"
