@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <cstring>
 
-#include "platform/json_get.h"
 #include "layout/panel_text.h"
+#include "platform/json_get.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"

@@ -4,8 +4,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "platform/json_get.h"
 #include "layout/panel_text.h"
+#include "platform/json_get.h"
 #include "platform/os.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"

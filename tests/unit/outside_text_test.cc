@@ -29,11 +29,10 @@ TEST(OutsideText, ShellGetsEachTextAsOneExactArgument) {
     std::string text;
     bool plain;
   } cases[] = {
-      {"PNL-0001", true},       {"A1:B2.c_d", true},      {"a;reboot", false},
-      {"$(reboot)", false},     {"`reboot`", false},      {"a|reboot", false},
-      {"a reboot", false},      {"a'$(reboot)'", false},  {"a\nreboot", false},
-      {"'", false},             {"a&&b", false},          {"x/../../q", false},
-      {"*", false},             {"a\\b", false},          {"~root", false},
+      {"PNL-0001", true},   {"A1:B2.c_d", true}, {"a;reboot", false}, {"$(reboot)", false},
+      {"`reboot`", false},  {"a|reboot", false}, {"a reboot", false}, {"a'$(reboot)'", false},
+      {"a\nreboot", false}, {"'", false},        {"a&&b", false},     {"x/../../q", false},
+      {"*", false},         {"a\\b", false},     {"~root", false},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);
