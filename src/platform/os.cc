@@ -83,7 +83,9 @@ bool replace_file_atomically(const HostPath& final_path, std::string_view text) 
   return ok;
 }
 
-int run_shell(const std::string& command_line) {
+namespace {
+
+int system_shell(const std::string& command_line) {
   // Anything still buffered must reach standard output before a child can write there.
   std::fflush(stdout);
   const int status = std::system(command_line.c_str());
@@ -91,6 +93,16 @@ int run_shell(const std::string& command_line) {
     return -1;
   }
   return WEXITSTATUS(status);
+}
+
+ShellRunner g_shell_runner = system_shell;
+
+}  // namespace
+
+int run_shell(const std::string& command_line) { return g_shell_runner(command_line); }
+
+void replace_shell_runner(ShellRunner runner) {
+  g_shell_runner = runner == nullptr ? system_shell : runner;
 }
 
 int process_id() { return static_cast<int>(::getpid()); }

@@ -53,6 +53,11 @@ bool remove_file(const HostPath& path);
 bool replace_file_atomically(const HostPath& final_path, std::string_view text);
 /// Runs a command line through the shell; its exit status, or -1 when it could not run.
 int run_shell(const std::string& command_line);
+/// What runs a command line in place of the shell.
+using ShellRunner = int (*)(const std::string& command_line);
+/// Lets a test harness answer command lines itself (a fuzz target serves the tools' replies
+/// from its input); null puts the shell back. tavio itself always uses the shell.
+void replace_shell_runner(ShellRunner runner);
 /// The process id, which names this run's temporary files.
 [[nodiscard]] int process_id();
 
