@@ -1,13 +1,18 @@
 #include "app/request_exchange.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
+#include <optional>
+#include <string>
 
 #include "handlers/menu_request.h"
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"
 #include "platform/json_get.h"
 #include "platform/os.h"
+#include "platform/text_buffer.h"
 
 namespace tavio {
 namespace {
@@ -27,11 +32,27 @@ const RequestType kRequestTypes[] = {
     {"valueWrite", handle_value_write},
 };
 
-// Removes the old response, then writes the new one fresh.
+// Removes the old response, then writes the new one fresh and whole: a document that cannot
+// be written completely (a full file system) leaves no file rather than a cut one.
 bool write_response(const json_t* document, const char* output_path) {
   const HostPath output = HostPath::as_given(output_path);
+  std::unique_ptr<char, decltype(&std::free)> text(json_dumps(document, kResponseFlags),
+                                                   &std::free);
+  if (!text) {
+    return false;
+  }
   remove_file(output);
-  return dump_json_file(document, output, kResponseFlags);
+  return write_file_whole(output, text.get());
+}
+
+// The request document; nothing when it is missing, larger than a request can be, or not JSON.
+JsonPtr load_request(const char* input_path) {
+  const std::optional<std::string> text =
+      read_file_limited(HostPath::as_given(input_path), kMaxRequestBytes);
+  if (!text) {
+    return nullptr;
+  }
+  return json_own(json_loadb(text->data(), text->size(), 0, nullptr));
 }
 
 void report_written(bool written, const char* output_path) {
@@ -64,7 +85,7 @@ JsonPtr dispatch_request(const json_t* request, const Exchange& exchange) {
 }
 
 int run_request_file(const char* input_path, const char* output_path, const Exchange& exchange) {
-  const JsonPtr request = load_json_file(HostPath::as_given(input_path));
+  const JsonPtr request = load_request(input_path);
   if (!request) {
     std::printf("Error: Input file \"%s\" is not a valid JSON file!\n", input_path);
     return 0;

@@ -1,6 +1,8 @@
 #include "menus/display_prefs.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
 #include <string>
 
 #include "platform/json_get.h"
@@ -92,8 +94,9 @@ int match_font_settings(const json_t* font_table, const char* serial, std::int32
   if (!path) {
     return 0;
   }
-  remove_file(*path);
-  if (!saved || !dump_json_file(saved.get(), *path, 0)) {
+  std::unique_ptr<char, decltype(&std::free)> text(saved ? json_dumps(saved.get(), 0) : nullptr,
+                                                   &std::free);
+  if (!text || !replace_file_atomically(*path, text.get())) {
     return 0;
   }
   if (chars_per_line != nullptr) {

@@ -1,8 +1,12 @@
 #include "platform/os.h"
 
+#include <dirent.h>
+#include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -58,29 +62,102 @@ FilePtr open_file(const HostPath& path, const char* mode) {
 
 bool remove_file(const HostPath& path) { return ::unlink(path.c_str()) == 0; }
 
-bool replace_file_atomically(const HostPath& final_path, std::string_view text) {
-  std::string temp = final_path.str() + ".XXXXXX";
-  const int fd = ::mkstemp(&temp[0]);
+namespace {
+
+constexpr char kSaveSuffix[] = ".tavio-save.";
+
+// Removes what earlier runs left of their saves of final_path: a run killed mid-save leaves
+// "<file>.tavio-save.<pid>"; once that process is gone nobody else will finish it.
+void remove_abandoned_saves(const std::string& final_path) {
+  const std::size_t slash = final_path.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : final_path.substr(0, slash);
+  const std::string prefix =
+      final_path.substr(slash == std::string::npos ? 0 : slash + 1) + kSaveSuffix;
+  DIR* dir = ::opendir(folder.c_str());
+  if (dir == nullptr) {
+    return;
+  }
+  while (const dirent* entry = ::readdir(dir)) {
+    const std::string name = entry->d_name;
+    if (name.compare(0, prefix.size(), prefix) != 0) {
+      continue;
+    }
+    char* end = nullptr;
+    const long pid = std::strtol(name.c_str() + prefix.size(), &end, 10);
+    if (end != nullptr && *end == '\0' && pid > 0 && ::kill(static_cast<pid_t>(pid), 0) != 0 &&
+        errno == ESRCH) {
+      ::unlink((folder + "/" + name).c_str());
+    }
+  }
+  ::closedir(dir);
+}
+
+// Writes all of text to a new file at path, never through a link; false (and no file) when
+// it cannot be written whole.
+bool write_new_file(const std::string& path, std::string_view text, mode_t mode) {
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
   if (fd < 0) {
     return false;
   }
+  bool ok = ::fchmod(fd, mode) == 0;
+  std::size_t written = 0;
+  while (ok && written < text.size()) {
+    const ssize_t n = ::write(fd, text.data() + written, text.size() - written);
+    if (n < 0 && errno == EINTR) {
+      continue;
+    }
+    ok = n > 0;
+    written += ok ? static_cast<std::size_t>(n) : 0;
+  }
+  ok = (::close(fd) == 0) && ok;
+  if (!ok) {
+    ::unlink(path.c_str());
+  }
+  return ok;
+}
+
+}  // namespace
+
+bool replace_file_atomically(const HostPath& final_path, std::string_view text) {
+  remove_abandoned_saves(final_path.str());
   struct stat old {};
   const mode_t mode = ::stat(final_path.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644;
-  bool ok = ::fchmod(fd, mode) == 0;
-  std::FILE* file = ::fdopen(fd, "w");
-  if (file == nullptr) {
-    ::close(fd);
+  const std::string temp = final_path.str() + kSaveSuffix + std::to_string(::getpid());
+  ::unlink(temp.c_str());  // a leftover of an earlier run that had this process id
+  if (!write_new_file(temp, text, mode)) {
+    return false;
+  }
+  if (std::rename(temp.c_str(), final_path.c_str()) != 0) {
     ::unlink(temp.c_str());
     return false;
   }
-  ok = ok && std::fwrite(text.data(), 1, text.size(), file) == text.size();
-  ok = (std::fflush(file) == 0) && ok;
-  ok = (std::fclose(file) == 0) && ok;
-  ok = ok && std::rename(temp.c_str(), final_path.c_str()) == 0;
-  if (!ok) {
-    ::unlink(temp.c_str());
+  return true;
+}
+
+bool write_file_whole(const HostPath& path, std::string_view text) {
+  return write_new_file(path.str(), text, 0644);
+}
+
+std::optional<std::string> read_file_limited(const HostPath& path, std::size_t max_bytes) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
+    return std::nullopt;
   }
-  return ok;
+  std::string text;
+  char buffer[4096];
+  ssize_t n = 0;
+  while ((n = ::read(fd, buffer, sizeof buffer)) != 0) {
+    if (n < 0 && errno == EINTR) {
+      continue;
+    }
+    if (n < 0 || text.size() + static_cast<std::size_t>(n) > max_bytes) {
+      ::close(fd);
+      return std::nullopt;
+    }
+    text.append(buffer, static_cast<std::size_t>(n));
+  }
+  ::close(fd);
+  return text;
 }
 
 namespace {
@@ -109,10 +186,6 @@ int process_id() { return static_cast<int>(::getpid()); }
 
 JsonPtr load_json_file(const HostPath& path) {
   return json_own(json_load_file(path.c_str(), 0, nullptr));
-}
-
-bool dump_json_file(const json_t* document, const HostPath& path, std::size_t flags) {
-  return json_dump_file(document, path.c_str(), flags) == 0;
 }
 
 }  // namespace tavio

@@ -49,8 +49,15 @@ using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 /// unlink; false when nothing was removed.
 bool remove_file(const HostPath& path);
 /// Writes text into a new file created next to final_path, then renames it over final_path,
-/// so readers see the old file or the new one, never half of one.
+/// so readers see the old file or the new one, never half of one; a save cut short by a kill
+/// leaves a file that the next save of the same file removes.
 bool replace_file_atomically(const HostPath& final_path, std::string_view text);
+/// Creates path (which must not exist; a link is never followed) holding exactly text; when
+/// it cannot be written whole nothing is left at path.
+bool write_file_whole(const HostPath& path, std::string_view text);
+/// The whole file when it holds at most max_bytes; nothing when it is larger or unreadable.
+[[nodiscard]] std::optional<std::string> read_file_limited(const HostPath& path,
+                                                           std::size_t max_bytes);
 /// Runs a command line through the shell; its exit status, or -1 when it could not run.
 int run_shell(const std::string& command_line);
 /// What runs a command line in place of the shell.
@@ -63,8 +70,6 @@ void replace_shell_runner(ShellRunner runner);
 
 /// json_load_file with flags 0; null when the file is missing or not JSON.
 [[nodiscard]] JsonPtr load_json_file(const HostPath& path);
-/// json_dump_file; false when it failed.
-bool dump_json_file(const json_t* document, const HostPath& path, std::size_t flags);
 
 }  // namespace tavio
 

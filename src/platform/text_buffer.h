@@ -19,6 +19,9 @@ constexpr std::size_t kTextCapacity = 256;      ///< panel texts and command-lin
 constexpr std::size_t kLongTextCapacity = 512;  ///< multi-line panel texts, command lines
 constexpr std::size_t kSerialCapacity = 16;     ///< a panel serial: 15 characters
 constexpr std::size_t kItemIdCapacity = 64;     ///< item identifiers the menus hand out
+/// The largest request document read: a panel's longest list of identifiers takes a few
+/// kilobytes; anything larger is refused as not a valid request, so memory stays bounded.
+constexpr std::size_t kMaxRequestBytes = 64 * 1024;
 /// The largest text buffer of all; nothing longer ever reaches the panel.
 constexpr std::size_t kMaxTextCapacity = 4096;
 

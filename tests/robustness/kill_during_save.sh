@@ -1,0 +1,101 @@
+#!/usr/bin/env bash
+# A kill at any point of a save leaves each saved file either as it was or as the save makes
+# it, never a mix or empty; and what a killed save leaves behind, the next save removes.
+#
+#   kill_during_save.sh TAVIO_BINARY [EMULATOR...]
+#
+# Every file and descriptor system call of tavio is, in turn, the one at which it is killed
+# (strace's fault injection, one kind of call and its Nth occurrence at a time). Under an emulator the system calls are the emulator's, so
+# there the saves are only checked once, without kills.
+set -euo pipefail
+
+binary=$1
+shift
+emulator=("$@")
+repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+command -v strace >/dev/null || { echo "SKIP: strace is missing"; exit 77; }
+work=$(mktemp -d "${TMPDIR:-/tmp}/tavio-kill.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+export PATH=$repo/sim/bin:$PATH TAVIO_STANDIN_LOG=$work/standin.log
+# shellcheck source=tools/check-standins
+source "$repo/tools/check-standins"
+rundir=var/run/dorva/tavio
+conf=usr/local/velto/conf
+failures=0
+fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+
+# Only what the saves read: a kill test starts from a fresh root hundreds of times.
+fresh_root() {
+  rm -rf "$work/root"
+  mkdir -p "$work/root/$rundir" "$work/root/$conf" "$work/root/etc"
+  cp -a "$repo/sim/router/$conf/." "$work/root/$conf/"
+  cp -a "$repo/sim/router/$rundir/." "$work/root/$rundir/"
+  cp -a "$repo/sim/router/etc/corvane_interface_speed" "$repo/sim/router/etc/tavio-host" \
+    "$work/root/etc/"
+  printf '{"sz": 2, "ln": 3, "ch": 16}' >"$work/root/$rundir/mmi_font_settings_PNL-OUT.json"
+}
+
+# Each save: a name, the files it rewrites, the arguments, the request.
+font='"font":[{"sz":1,"ln":4,"ch":21}]'
+saves=(
+  "port media|$conf/config.active|-s PNL-OUT|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"wan_port_speed_1\",\"v\":\"10baseT-HD\"}]}}"
+  "sign-in|$rundir/panel_access_PNL-OUT.status|-s PNL-OUT|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"panel_passcode\",\"v\":\"2580\"}]}}"
+  "sign-out|$rundir/panel_access_PNL-IN.status|-s PNL-IN|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"panel_logout\",\"v\":\"Yes\"}]}}"
+  "theme and font|$rundir/mmi_theme_settings_PNL-OUT.json $rundir/mmi_font_settings_PNL-OUT.json|-s PNL-OUT|{\"type\":\"menuReq\",\"req\":{\"panel\":{\"font_pref\":1,$font,\"theme\":\"google\"},\"ref\":\"no_such_menu\"}}"
+)
+
+# A sign-in records the uptime of its moment; any later moment is as good.
+same() { cmp -s <(sed 's/LATEST_ACCESS="[1-9][0-9]*"/LATEST_ACCESS="N"/' "$1" 2>&1) \
+  <(sed 's/LATEST_ACCESS="[1-9][0-9]*"/LATEST_ACCESS="N"/' "$2" 2>&1); }
+
+run_tavio() {  # prefix-command... -- args...
+  check_standins "$repo/sim/bin" || exit 1
+  TAVIO_ROOT=$work/root "$@" >/dev/null 2>&1 </dev/null || true
+}
+
+for save in "${saves[@]}"; do
+  IFS='|' read -r name files args request <<<"$save"
+  printf '%s\n' "$request" >"$work/request.json"
+  read -r -a extra <<<"$args"
+  tavio=("${emulator[@]}" "$binary" "${extra[@]}" -i "$work/request.json" -o "$work/out.json")
+  # What each file holds before and after a save that runs to its end.
+  fresh_root
+  for file in $files; do cp "$work/root/$file" "$work/old.${file//\//_}"; done
+  run_tavio "${tavio[@]}"
+  for file in $files; do
+    cp "$work/root/$file" "$work/new.${file//\//_}"
+    cmp -s "$work/old.${file//\//_}" "$work/new.${file//\//_}" && fail "$name: $file did not change"
+  done
+  if [[ ${#emulator[@]} -gt 0 ]]; then
+    continue
+  fi
+  fresh_root
+  # strace counts each system call on its own, so "the Nth call" is the Nth call of each kind.
+  TAVIO_ROOT=$work/root strace -c -e trace=%file,%desc -o "$work/count" "${tavio[@]}" \
+    >/dev/null 2>&1 </dev/null || true
+  mapfile -t kinds < <(awk '$1 ~ /^[0-9.]+$/ && $NF != "total" {print $NF " " $4}' "$work/count")
+  calls=0
+  for kind in "${kinds[@]}"; do
+    read -r syscall count <<<"$kind"
+    for ((n = 1; n <= count; n++)); do
+      calls=$((calls + 1))
+      fresh_root
+      run_tavio strace -qq -o /dev/null -e trace=%file,%desc \
+        -e inject="$syscall":signal=KILL:when=$n "${tavio[@]}"
+      for file in $files; do
+        if ! same "$work/root/$file" "$work/old.${file//\//_}" &&
+          ! same "$work/root/$file" "$work/new.${file//\//_}"; then
+          fail "$name: killed at $syscall $n, $file is neither old nor new: $(head -c 200 "$work/root/$file" 2>&1)"
+        fi
+      done
+      # The next save finishes the job and leaves nothing of the killed one.
+      run_tavio "${tavio[@]}"
+      leftovers=$(cd "$work/root" && find "$rundir" "$conf" -name '*.tavio-save.*')
+      [[ -z $leftovers ]] || fail "$name: killed at $syscall $n, left behind: $leftovers"
+    done
+  done
+  echo "$name: killed at each of $calls calls"
+done
+
+[[ $failures -eq 0 ]] || exit 1
+echo "PASS kill_during_save"

@@ -1,0 +1,111 @@
+#!/usr/bin/env bash
+# Bad input and faults from outside: each gets a clear answer (one "Error: " line, the
+# "Fail to generate" line, or the answer the system prescribes), never a crash, a hang, a
+# file outside the run directory and the response file, or a cut response.
+#
+#   limits.sh TAVIO_BINARY [EMULATOR...]
+set -euo pipefail
+
+binary=$1
+shift
+emulator=("$@")
+repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+work=$(mktemp -d "${TMPDIR:-/tmp}/tavio-limits.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+root=$work/root
+cp -a "$repo/sim/router/." "$root/"
+mkdir -p "$root/var/run/dorva/tavio"
+export TAVIO_ROOT=$root TAVIO_STANDIN_LOG=$work/standin.log
+export PATH=$repo/sim/bin:$PATH
+# shellcheck source=tools/check-standins
+source "$repo/tools/check-standins"
+
+failures=0
+fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+
+# run NAME EXPECTED_STDOUT_PATTERN ARGS...: tavio must exit 0 within 20 s, print a line
+# matching the pattern, and leave no temporary file in the run directory.
+run() {
+  local name=$1 pattern=$2 status=0
+  shift 2
+  check_standins "$repo/sim/bin" || exit 1
+  timeout 20 "${emulator[@]}" "$binary" "$@" >"$work/stdout" 2>"$work/stderr" </dev/null ||
+    status=$?
+  [[ $status -eq 0 ]] || fail "$name: exit status $status"
+  grep -qE "$pattern" "$work/stdout" || fail "$name: no line matching '$pattern' in: $(head -c 300 "$work/stdout")"
+  if [[ -n $(find "$root/var/run/dorva/tavio" 2>/dev/null -name 'wget_*' -o -name 'pmu_*' -o -name '*.tavio-save.*') ]]; then
+    fail "$name: temporary files left: $(ls "$root/var/run/dorva/tavio")"
+  fi
+}
+invalid='^Error: Input file ".*" is not a valid JSON file!$'
+out=$work/out.json
+
+# A request just over the size limit, and one just under it.
+python3 - "$work" <<'PY'
+import json, sys
+work = sys.argv[1]
+def write(name, count, key_length):
+    items = [{"k": "wan_status_" + "1" * key_length} for _ in range(count)]
+    open(f"{work}/{name}", "w").write(json.dumps({"type": "valueRead", "req": {"list": items}}))
+write("over.json", 1, 70000)
+write("under.json", 1, 60000)
+open(f"{work}/deep.json", "w").write('{"type":"valueRead","req":' + "[" * 30000 + "]" * 30000 + "}")
+open(f"{work}/latin1.json", "wb").write(b'{"type":"valueRead","req":{"list":[{"k":"caf\xe9"}]}}')
+PY
+echo '{"old":1}' >"$out"
+run "request over the limit" "$invalid" -i "$work/over.json" -o "$out"
+[[ $(cat "$out") == '{"old":1}' ]] || fail "request over the limit: the old response was touched"
+run "request under the limit" "^Success to generate output file" -i "$work/under.json" -o "$out"
+run "nested thirty thousand deep" "$invalid" -i "$work/deep.json" -o "$out"
+run "bytes that are not UTF-8" "$invalid" -i "$work/latin1.json" -o "$out"
+run "an endless request file" "$invalid" -i /dev/zero -o "$out"
+
+# The output path: a directory stays a directory; a link is replaced, never followed.
+printf '{"type":"valueRead","req":{"list":[{"k":"cpuload"}]}}' >"$work/read.json"
+mkdir "$work/outdir"
+run "output is a directory" "^Fail to generate output file" -i "$work/read.json" -o "$work/outdir"
+[[ -d $work/outdir ]] || fail "output is a directory: it is gone"
+echo victim >"$work/victim"
+ln -s "$work/victim" "$work/link.json"
+run "output is a link" "^Success to generate output file" -i "$work/read.json" -o "$work/link.json"
+[[ $(cat "$work/victim") == victim && ! -L $work/link.json ]] ||
+  fail "output is a link: the link was followed"
+
+# Without its run directory every value still gets its (empty) answer.
+mv "$root/var/run/dorva/tavio" "$work/rundir"
+run "no run directory" "^Success to generate output file" -i "$work/read.json" -o "$out"
+grep -q '"v":""' "$out" || fail "no run directory: $(cat "$out")"
+mv "$work/rundir" "$root/var/run/dorva/tavio"
+
+# A full file system: the response is not left behind cut. Needs a mount namespace.
+if unshare -m true 2>/dev/null; then
+  python3 - "$work" <<'PY'
+import json, sys
+items = [{"k": "wan_status_1"}] * 400
+open(sys.argv[1] + "/many.json", "w").write(json.dumps({"type": "valueRead", "req": {"list": items}}))
+PY
+  mkdir "$work/full"
+  status=0
+  unshare -m bash -c '
+    dir=$1
+    shift
+    mount -t tmpfs -o size=8k tmpfs "$dir" || exit 77
+    "$@" >"$dir.stdout" 2>&1 || exit $?
+    grep -q "^Fail to generate output file" "$dir.stdout" || exit 4
+    [[ ! -e $dir/response.json ]] || exit 3
+  ' _ "$work/full" "${emulator[@]}" "$binary" -i "$work/many.json" -o "$work/full/response.json" || status=$?
+  case $status in
+    0 | 77) ;;
+    3) fail "full file system: a cut response was left behind" ;;
+    4) fail "full file system: no failure reported: $(cat "$work/full.stdout")" ;;
+    *) fail "full file system: status $status" ;;
+  esac
+fi
+
+if grep -qE '^(reboot|restoreconfig|saveconfig|activate)' "$TAVIO_STANDIN_LOG" 2>/dev/null; then
+  fail "a machine-changing stand-in was called"
+fi
+if [[ $failures -gt 0 ]]; then
+  exit 1
+fi
+echo "PASS limits"
