@@ -33,7 +33,8 @@ run() {
     status=$?
   [[ $status -eq 0 ]] || fail "$name: exit status $status"
   grep -qE "$pattern" "$work/stdout" || fail "$name: no line matching '$pattern' in: $(head -c 300 "$work/stdout")"
-  if [[ -n $(find "$root/var/run/dorva/tavio" 2>/dev/null -name 'wget_*' -o -name 'pmu_*' -o -name '*.tavio-save.*') ]]; then
+  if [[ -n $(find "$root/var/run/dorva/tavio" -name 'wget_*' -o -name 'pmu_*' \
+    -o -name '*.tavio-save.*' 2>/dev/null) ]]; then
     fail "$name: temporary files left: $(ls "$root/var/run/dorva/tavio")"
   fi
 }
@@ -86,6 +87,7 @@ open(sys.argv[1] + "/many.json", "w").write(json.dumps({"type": "valueRead", "re
 PY
   mkdir "$work/full"
   status=0
+  # shellcheck disable=SC2016  # the inner script expands its own arguments
   unshare -m bash -c '
     dir=$1
     shift
