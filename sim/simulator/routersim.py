@@ -425,7 +425,10 @@ class ApiHandler(Handler):
             # Bounded: ends early when the simulator stops.
             sim.stopping.wait(min(delay, MAX_DELAY))
         if active["http_500"]:
-            return self.answer(500, '{"error":"internal server error"}')
+            # The usual reply, but with status 500: only the status tells that it failed.
+            # A POST is not carried out.
+            text = sim.api_reply("GET", api_path, b"")[1] if method == "GET" else "{}"
+            return self.answer(500, text)
         status, text = sim.api_reply(method, api_path, body)
         if status == 200 and active["no_response"]:
             text = json.dumps({"error": {"code": 1, "message": "simulated failure"}})
