@@ -12,6 +12,7 @@ from __future__ import annotations
 import argparse
 import os
 import shlex
+import signal
 import sys
 
 from . import exchange, panel
@@ -107,8 +108,15 @@ def walk(the_panel, clock, steps, out=sys.stdout):
             show(the_panel, value, out)
 
 
+def stop(signum, _frame):
+    """Ends the emulator on SIGTERM or SIGHUP the ordinary way, so the temporary root goes."""
+    sys.exit(128 + signum)
+
+
 def main(argv=None):
     args = parse_args(sys.argv[1:] if argv is None else argv)
+    signal.signal(signal.SIGTERM, stop)
+    signal.signal(signal.SIGHUP, stop)
     try:
         steps = script_steps(args.script) if args.script else None
         environment = exchange.Environment(tavio=args.tavio, root=args.root, bin_dir=args.bin,
