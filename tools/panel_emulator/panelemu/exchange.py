@@ -11,6 +11,7 @@ from __future__ import annotations
 import json
 import os
 import re
+import shlex
 import shutil
 import subprocess
 import tempfile
@@ -135,7 +136,8 @@ class Tavio:
         self.environment.check_standins(env_vars)
         work = self.environment.work
         response = os.path.join(work, "response.json")
-        argv = [self.environment.tavio]
+        # A cross-built tavio runs under its emulator (TAVIO_EMULATOR, e.g. "qemu-arm -L ...").
+        argv = shlex.split(os.environ.get("TAVIO_EMULATOR", "")) + [self.environment.tavio]
         if body is not None:
             request = os.path.join(work, "request.json")
             with open(request, "w", encoding="utf-8") as f:

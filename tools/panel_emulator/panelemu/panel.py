@@ -345,9 +345,9 @@ class Panel:
         self.stack.append(screen)
         screen.shown()
 
-    def pop(self, count=1):
+    def pop(self, count=1, show=True):
         del self.stack[len(self.stack) - count:]
-        if self.stack:
+        if self.stack and show:
             self.stack[-1].shown()
 
     def replace(self, screen):
@@ -408,7 +408,7 @@ class Panel:
         answers = ((document or {}).get("resp") or {}).get("list", [])
         answer = answers[0] if answers and isinstance(answers[0], dict) else {}
         status = answer.get("status", "no answer")
-        self.pop(leave)
+        self.pop(leave, show=False)  # the screen below reads again when the answer goes
         if answer.get("action_status") == "rebooting":
             self.replace(RebootingScreen(self, answer.get("msg") or "Rebooting...", "Reboot"))
             return
