@@ -115,11 +115,13 @@ class TerminalDriver:
         return self.tmux("capture-pane", "-p").splitlines()
 
     def settle(self):
-        """Waits until the screen shows a frame and has not changed for 0.3 s."""
+        """Waits until the screen shows a frame, no exchange under way, and has not changed
+        for 0.3 s."""
         last, deadline = None, time.monotonic() + 20
         while time.monotonic() < deadline:
             screen = self.capture()
-            if screen == last and any(line.startswith(" +") for line in screen):
+            if screen == last and any(line.startswith(" +") for line in screen) and not (
+                    screen[0].startswith(" working")):
                 return screen
             last = screen
             time.sleep(0.3)

@@ -53,6 +53,9 @@ def loop(window, panel):
             continue
         if code == ord("q"):
             return
+        # Until tavio has answered, the top line says so (a test waits for it to go).
+        window.addstr(0, 0, " working ...".ljust(window.getmaxyx()[1] - 1))
+        window.refresh()
         if code in KEYS:
             panel.key(KEYS[code])
         elif 0 <= code < 256 and chr(code).isprintable():
