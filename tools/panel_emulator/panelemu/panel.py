@@ -142,7 +142,8 @@ class MenuScreen(Screen):
             self.panel.pop()
 
     def open(self, item):
-        title = item.get("t") or item.get("id", "")
+        lines = item.get("i", {}).get("il") or [{}]
+        title = item.get("t") or lines[0].get("t", "").strip() or item.get("id", "")
         path = f"{self.path} / {title}"
         if "m" in item:
             self.panel.push(MenuScreen(self.panel, item["m"], path, self.keypads))
