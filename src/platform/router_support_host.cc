@@ -126,10 +126,9 @@ taglist_t* load_taglist_ex(const char* path, int /*mode*/, int /*flags*/) {
     std::string line;
     std::string key;
     std::string value;
-    int c;
     bool reading = true;
     while (reading) {
-      c = std::fgetc(file.get());
+      const int c = std::fgetc(file.get());
       if (c != EOF && c != '\n') {
         if (line.size() < tavio::kTaglistLineMax) {
           line.push_back(static_cast<char>(c));
