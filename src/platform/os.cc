@@ -138,8 +138,9 @@ bool write_file_whole(const HostPath& path, std::string_view text) {
   return write_new_file(path.str(), text, 0644);
 }
 
-std::optional<std::string> read_file_limited(const HostPath& path, std::size_t max_bytes) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+std::optional<std::string> read_file_limited(const HostPath& path, std::size_t max_bytes,
+                                             bool follow_links) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | (follow_links ? 0 : O_NOFOLLOW));
   if (fd < 0) {
     return std::nullopt;
   }

@@ -55,9 +55,11 @@ bool replace_file_atomically(const HostPath& final_path, std::string_view text);
 /// Creates path (which must not exist; a link is never followed) holding exactly text; when
 /// it cannot be written whole nothing is left at path.
 bool write_file_whole(const HostPath& path, std::string_view text);
-/// The whole file when it holds at most max_bytes; nothing when it is larger or unreadable.
+/// The whole file when it holds at most max_bytes; nothing when it is larger or unreadable
+/// (or, without follow_links, a link).
 [[nodiscard]] std::optional<std::string> read_file_limited(const HostPath& path,
-                                                           std::size_t max_bytes);
+                                                           std::size_t max_bytes,
+                                                           bool follow_links = true);
 /// Runs a command line through the shell; its exit status, or -1 when it could not run.
 int run_shell(const std::string& command_line);
 /// What runs a command line in place of the shell.

@@ -49,13 +49,12 @@ bool TempFile::write(std::string_view text) {
 void TempFile::clear_for_command() { remove_file(path_); }
 
 JsonPtr TempFile::load_json() const {
-  const int fd = ::open(path_.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
-  if (fd < 0) {
+  const std::optional<std::string> text =
+      read_file_limited(path_, kMaxReplyBytes, /*follow_links=*/false);
+  if (!text) {
     return nullptr;
   }
-  JsonPtr document = json_own(json_loadfd(fd, 0, nullptr));
-  ::close(fd);
-  return document;
+  return json_own(json_loadb(text->data(), text->size(), 0, nullptr));
 }
 
 }  // namespace tavio

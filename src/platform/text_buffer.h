@@ -22,6 +22,9 @@ constexpr std::size_t kItemIdCapacity = 64;     ///< item identifiers the menus 
 /// The largest request document read: a panel's longest list of identifiers takes a few
 /// kilobytes; anything larger is refused as not a valid request, so memory stays bounded.
 constexpr std::size_t kMaxRequestBytes = 64 * 1024;
+/// The largest reply of a tool that is loaded; the router's largest API replies take some
+/// tens of kilobytes.
+constexpr std::size_t kMaxReplyBytes = 1024 * 1024;
 /// The largest text buffer of all; nothing longer ever reaches the panel.
 constexpr std::size_t kMaxTextCapacity = 4096;
 
