@@ -13,7 +13,8 @@
 #   root/            optional; copied over the root (router files the case needs)
 #   env              optional; KEY=VALUE lines exported for the run (TAVIO_ROOT may be
 #                    overridden here; PATH may not)
-#   settle           optional; seconds to wait after tavio exits, for background commands
+#   settle           optional; the most seconds to wait after tavio exits for the background
+#                    commands it started (15 without the file); the wait ends when they do
 #   faketime         optional; a moment as `date -d` reads it ("2024-06-30 22:15:40 UTC"):
 #                    the wall clock stands still there for the run (libfaketime, preloaded
 #                    into tavio or into its emulator); the zone is TZ from env
@@ -166,16 +167,27 @@ cd "$work"
 # runs it in its own process, as valgrind and qemu-arm do.
 # shellcheck disable=SC2016  # expanded by the launcher
 launch=(sh -c 'echo $$ >"$0" && exec "$@"' "$work/pid")
+# Background commands that tavio starts ("(...)&") outlive it: every process of the run holds
+# the write end of a pipe, and the run is over when the last one has closed it (at most the
+# case's settle seconds, 15 without a settle file, after tavio itself ended).
+mkfifo "$work/alive"
+settle=15
+[[ -f $case_dir/settle ]] && settle=$(<"$case_dir/settle")
+cat "$work/alive" >/dev/null &
+alive_reader=$!
 set +e
 "${uptime_hook[@]}" "${launch[@]}" "${clock[@]}" "${emulator[@]}" "$binary" "${args[@]}" \
-  >"$work/stdout" 2>"$work/stderr" </dev/null
+  >"$work/stdout" 2>"$work/stderr" </dev/null 9>"$work/alive"
 status=$?
+for ((waited = 0; waited < settle * 10; waited++)); do
+  kill -0 "$alive_reader" 2>/dev/null || break
+  sleep 0.1
+done
+kill "$alive_reader" 2>/dev/null
+wait "$alive_reader" 2>/dev/null
 set -e
 [[ -s $work/pid ]] || die "$name: tavio was not started (exit status $status)"
 pid=$(<"$work/pid")
-if [[ -f $case_dir/settle ]]; then
-  sleep "$(<"$case_dir/settle")"
-fi
 
 # Turns the run's own paths and process id back into placeholders.
 normalize() {  # file
