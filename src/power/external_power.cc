@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <optional>
+#include <string>
 
 #include "layout/menu_items.h"
 #include "layout/panel_text.h"
@@ -186,7 +188,10 @@ std::string extpower_render_input_power(const PanelLayout& layout) {
   return layout_finish(layout, text.str(), kLongTextCapacity);
 }
 
-std::string battery_render_one(int id, const PanelLayout& layout) {
+namespace {
+
+// The batteries id selects, or all of them with a rule after each, one after the other.
+std::string render_batteries(std::optional<int> id, const PanelLayout& layout) {
   const JsonPtr report = devcmd_extpower();
   const json_t* batteries = battery_list(report);
   if (batteries == nullptr) {
@@ -195,26 +200,14 @@ std::string battery_render_one(int id, const PanelLayout& layout) {
   TextBuffer text(kBatteryTextCapacity);
   for (std::size_t i = 0; i < json_array_size(batteries); ++i) {
     const json_t* battery = json_array_get(batteries, i);
-    if (jget_int(battery, "id", 0) == id) {
-      append_battery(text, battery, 0, layout);
+    if (id) {
+      if (jget_int(battery, "id", 0) == *id) {
+        append_battery(text, battery, 0, layout);
+      }
+      continue;
     }
-  }
-  if (text.empty()) {
-    text.append(no_battery_text(layout));
-  }
-  return layout_finish(layout, text.str(), kBatteryTextCapacity);
-}
-
-std::string battery_render_all(const PanelLayout& layout) {
-  const JsonPtr report = devcmd_extpower();
-  const json_t* batteries = battery_list(report);
-  if (batteries == nullptr) {
-    return no_battery_text(layout);  // shown as it is, not pushed down by the theme
-  }
-  TextBuffer text(kBatteryTextCapacity);
-  for (std::size_t i = 0; i < json_array_size(batteries); ++i) {
     // In the list of all batteries a battery without a current reads as discharging.
-    append_battery(text, json_array_get(batteries, i), kAbsent, layout);
+    append_battery(text, battery, kAbsent, layout);
     if (!text.empty()) {
       text.append("\n");
       text.append(battery_rule(layout));
@@ -224,6 +217,16 @@ std::string battery_render_all(const PanelLayout& layout) {
     text.append(no_battery_text(layout));
   }
   return layout_finish(layout, text.str(), kBatteryTextCapacity);
+}
+
+}  // namespace
+
+std::string battery_render_one(int id, const PanelLayout& layout) {
+  return render_batteries(id, layout);
+}
+
+std::string battery_render_all(const PanelLayout& layout) {
+  return render_batteries(std::nullopt, layout);
 }
 
 }  // namespace tavio
