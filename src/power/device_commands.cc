@@ -40,11 +40,20 @@ JsonPtr unit_answer(const char* file_format, const char* command_format,
 
 }  // namespace
 
+JsonPtr device_answer(const char* file_format, const char* command) {
+  return run_json_command(file_format, ExitCheck::kRequireZero, [&](const HostPath& output) {
+    return format_text(command_capacity(), "%s > %s", command, output.c_str());
+  });
+}
+
+JsonPtr first_report(const JsonPtr& answer) {
+  json_t* reports = json_object_get(answer.get(), "rpt");
+  json_t* first = json_is_array(reports) ? json_array_get(reports, 0) : nullptr;
+  return first != nullptr ? json_share(first) : nullptr;
+}
+
 JsonPtr devcmd_list() {
-  const JsonPtr answer =
-      run_json_command(kDeviceListFormat, ExitCheck::kRequireZero, [](const HostPath& output) {
-        return format_text(command_capacity(), "capwap_cli iotdevlist > %s", output.c_str());
-      });
+  const JsonPtr answer = device_answer(kDeviceListFormat, "capwap_cli iotdevlist");
   json_t* list = json_object_get(answer.get(), "list");
   return json_is_array(list) ? json_share(list) : nullptr;
 }
@@ -70,10 +79,7 @@ JsonPtr devcmd_status(const std::string& serial) {
   if (serial.empty()) {
     return nullptr;
   }
-  const JsonPtr answer = unit_answer(kDeviceStatusFormat, "capwap_cli iotstatus %s > %s", serial);
-  json_t* reports = json_object_get(answer.get(), "rpt");
-  json_t* first = json_is_array(reports) ? json_array_get(reports, 0) : nullptr;
-  return first != nullptr ? json_share(first) : nullptr;
+  return first_report(unit_answer(kDeviceStatusFormat, "capwap_cli iotstatus %s > %s", serial));
 }
 
 std::optional<std::string> devcmd_port_set(const std::string& serial, int port, bool on) {

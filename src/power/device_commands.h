@@ -15,6 +15,11 @@
 
 namespace tavio {
 
+/// The answer of a device command that names no unit, redirected into the temporary file of
+/// file_format; null on any failure.
+[[nodiscard]] JsonPtr device_answer(const char* file_format, const char* command);
+/// The first element of an answer's "rpt" array; null without one.
+[[nodiscard]] JsonPtr first_report(const JsonPtr& answer);
 /// The device list's "list" array (an empty one too); null when the tool fails or the
 /// answer has no such array.
 [[nodiscard]] JsonPtr devcmd_list();

@@ -8,11 +8,10 @@
 
 #include "layout/menu_items.h"
 #include "layout/panel_text.h"
-#include "platform/json_command.h"
 #include "platform/json_get.h"
-#include "platform/os.h"
 #include "platform/router_paths.h"
 #include "platform/text_buffer.h"
+#include "power/device_commands.h"
 
 namespace tavio {
 namespace {
@@ -31,10 +30,6 @@ constexpr std::size_t kFigureCapacity = 64;
 constexpr std::int32_t kAbsent = -1;
 // The device reports this for a charging time it cannot estimate.
 constexpr std::int32_t kUnknownMinutes = 65535;
-
-// The command's file path carries the root prefix; the line keeps its router capacity plus
-// room for it.
-std::size_t command_capacity() { return kLongTextCapacity + root_prefix().size(); }
 
 // The label on a line of its own after what the text holds already.
 void append_line(TextBuffer& text, const char* label, const std::string& value,
@@ -126,13 +121,7 @@ const json_t* battery_list(const JsonPtr& report) {
 }  // namespace
 
 JsonPtr devcmd_extpower() {
-  const JsonPtr answer =
-      run_json_command(kExternalPowerFormat, ExitCheck::kRequireZero, [](const HostPath& output) {
-        return format_text(command_capacity(), "capwap_cli extpower_status > %s", output.c_str());
-      });
-  json_t* reports = json_object_get(answer.get(), "rpt");
-  json_t* first = json_is_array(reports) ? json_array_get(reports, 0) : nullptr;
-  return first != nullptr ? json_share(first) : nullptr;
+  return first_report(device_answer(kExternalPowerFormat, "capwap_cli extpower_status"));
 }
 
 JsonPtr power_consumption_menu_items(const PanelLayout& layout) {
