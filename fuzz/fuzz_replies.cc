@@ -1,0 +1,100 @@
+// The readers of the local API's replies and the device tool's answers: the whole input is
+// the reply to every command, and every value family and every menu built from a device list
+// is rendered from it.
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+
+#include "handlers/value_read.h"
+#include "handlers/value_write.h"
+#include "harness.h"
+#include "menus/main_menu.h"
+#include "power/device_commands.h"
+#include "power/external_power.h"
+#include "power/unit_menus.h"
+#include "tavio/json_ref.h"
+#include "tavio/panel_layout.h"
+
+namespace {
+
+// One identifier of each value family; the clock and the uptime read no reply. The power
+// units are the example router's (integrated and external PMU, PDU).
+const char* const kIdentifiers[] = {
+    "ha_status",
+    "cpuload",
+    "lan_port_status_1",
+    "lan_ip",
+    "wan_status_1",
+    "vpn_status_1",
+    "wans_throughput_in",
+    "wans_throughput_out",
+    "wans_data_transfer",
+    "local_pmu_status_port_PMU1A2B3C4D5E6",
+    "ext_pmu_status_port_EXT0000000001A",
+    "pdu_status_port_PDU00000000001",
+    "pmu_port_ctrl_PMU1A2B3C4D5E6_1",
+    "local_pmu_status_temp_PMU1A2B3C4D5E6",
+    "ext_pmu_status_temp_EXT0000000001A",
+    "pdu_status_temp_PDU00000000001",
+    "local_pmu_status_in_volt_PMU1A2B3C4D5E6",
+    "ext_pmu_status_in_volt_EXT0000000001A",
+    "local_pmu_status_out_volt_PMU1A2B3C4D5E6",
+    "ext_pmu_status_out_volt_EXT0000000001A",
+    "pdu_status_volt_PDU00000000001",
+    "local_pmu_status_in_curr_PMU1A2B3C4D5E6",
+    "ext_pmu_status_in_curr_EXT0000000001A",
+    "local_pmu_status_out_curr_PMU1A2B3C4D5E6",
+    "ext_pmu_status_out_curr_EXT0000000001A",
+    "pdu_status_curr_PDU00000000001",
+    "lan_port_speed",
+    "wan_port_speed_1",
+    "remote_assist",
+    "pwr_consume_status_input_power",
+    "pwr_consume_status_battery_1",
+    "pwr_consume_status_battery",
+    "wifi_ap_status",
+};
+
+// Whatever tavio built must be writable as the display reads it.
+void check_writable(const tavio::JsonPtr& document, const char* what) {
+  if (!document) {
+    return;
+  }
+  char* text = json_dumps(document.get(), JSON_COMPACT);
+  if (text == nullptr) {
+    tavio_fuzz::fuzz_fail("a document cannot be written as JSON", what);
+  }
+  std::free(text);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+  tavio_fuzz::init_fuzz_root();
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view reply(reinterpret_cast<const char*>(data), size);
+  tavio_fuzz::restore_fuzz_root();
+  const tavio_fuzz::ServedReplies served({reply}, tavio_fuzz::ReplyStatus::kAlwaysZero);
+  const tavio::PanelLayout layout;
+
+  for (const char* identifier : kIdentifiers) {
+    check_writable(tavio::render_value_item(identifier, layout), identifier);
+  }
+  check_writable(tavio::power_menu_main(layout), "power_menu_main");
+  check_writable(tavio::power_menu_pmu_items(layout), "power_menu_pmu_items");
+  check_writable(tavio::power_menu_pdu_items(layout), "power_menu_pdu_items");
+  check_writable(tavio::power_consumption_menu_items(layout), "power_consumption_menu_items");
+  check_writable(tavio::battery_menu_items(layout), "battery_menu_items");
+  check_writable(tavio::main_menu_items(false, layout), "main_menu_items");
+  tavio::JsonPtr dashboard = tavio::json_own(json_array());
+  tavio::dashboard_items(dashboard.get(), layout);
+  check_writable(dashboard, "dashboard_items");
+
+  // The writes that read an answer: remote assistance and a power port switch.
+  static_cast<void>(tavio::set_remote_assist(true));
+  static_cast<void>(tavio::devcmd_port_set("PMU1A2B3C4D5E6", 1, true));
+  return 0;
+}

@@ -1,0 +1,128 @@
+// The router's key/value files and the panel's font table.
+//
+// The input is written as a taglist file and loaded, read, changed and saved; what was saved
+// must read back the same. Then the first byte is a font size and the rest a font table from
+// a menu request: a grid that matched is saved for the panel and must load back unchanged.
+#include <cstdint>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "harness.h"
+#include "menus/display_prefs.h"
+#include "platform/router_support.h"
+#include "tavio/json_ref.h"
+#include "tavio/panel_layout.h"
+
+namespace {
+
+constexpr char kTaglistPath[] = "/var/run/dorva/tavio/fuzz_taglist.conf";
+constexpr char kPanelSerial[] = "PNL-FUZZ";
+
+// Keys the router's files hold, and keys taken from the input's own lines.
+const char* const kKnownKeys[] = {"LAN_MEDIA",         "PIF1_MEDIA",      "WLAN_ORDER",
+                                  "WLAN1_SSID",        "SUPPORT_THEME",   "LATEST_ACCESS",
+                                  "MMI_LOGIN_KEYCODE", "LOCAL_HTTP_PORT", "ADMIN_PANEL_PASSCODE"};
+
+// The key of each "KEY=" line (as far as a key can be read; the reader decides the rest).
+std::vector<std::string> input_keys(std::string_view text) {
+  std::vector<std::string> keys;
+  for (std::string_view line : tavio_fuzz::split_input(text, "\n")) {
+    const std::size_t equals = line.find('=');
+    if (equals != std::string_view::npos && equals > 0 && equals < 64) {
+      keys.emplace_back(line.substr(0, equals));
+    }
+  }
+  return keys;
+}
+
+// What the list says for each key; a value is compared as the C text callers get.
+std::vector<std::pair<std::string, std::string>> read_keys(const taglist_t* list,
+                                                           const std::vector<std::string>& keys) {
+  std::vector<std::pair<std::string, std::string>> values;
+  for (const std::string& key : keys) {
+    values.emplace_back(key, get_taglist_default_ex(list, "(absent)", "%s", key.c_str()));
+  }
+  return values;
+}
+
+void fuzz_taglist(std::string_view text) {
+  const std::string host_path = std::string(tavio_fuzz::fuzz_root()) + kTaglistPath;
+  {
+    std::ofstream out(host_path, std::ios::binary | std::ios::trunc);
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+  }
+  taglist_t* list = load_taglist_ex(kTaglistPath, 1, 0);
+  if (list == nullptr) {
+    tavio_fuzz::fuzz_fail("an existing file did not load as a taglist", text);
+  }
+  std::vector<std::string> keys(std::begin(kKnownKeys), std::end(kKnownKeys));
+  for (std::string& key : input_keys(text)) {
+    keys.push_back(std::move(key));
+  }
+  static_cast<void>(get_taglist_default_ex(list, "", "PIF%d_MEDIA", static_cast<int>(text.size())));
+
+  // A change as tavio makes one (a port's media), and one under a key from the input.
+  update_taglist_ex(list, "LAN_MEDIA", "100baseTx-FD");
+  if (keys.size() > std::size(kKnownKeys)) {
+    update_taglist_ex(list, keys.back().c_str(), std::string(text.substr(0, 32)).c_str());
+  }
+  const auto before = read_keys(list, keys);
+  if (save_taglist_ex(list, 1) != 0) {
+    tavio_fuzz::fuzz_fail("a taglist could not be saved", text);
+  }
+  free_taglist(list);
+
+  taglist_t* again = load_taglist_ex(kTaglistPath, 1, 0);
+  if (again == nullptr) {
+    tavio_fuzz::fuzz_fail("a saved taglist did not load", text);
+  }
+  const auto after = read_keys(again, keys);
+  free_taglist(again);
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    // A value never spans lines: a line break inside one is saved as a blank.
+    std::string expected = before[i].second;
+    for (char& c : expected) {
+      if (c == '\r' || c == '\n') {
+        c = ' ';
+      }
+    }
+    if (after[i].second != expected) {
+      tavio_fuzz::fuzz_fail("a saved taglist reads back differently at key", before[i].first);
+    }
+  }
+}
+
+void fuzz_font_table(std::int32_t font_size, std::string_view text) {
+  const tavio::JsonPtr table = tavio::json_own(json_loadb(text.data(), text.size(), 0, nullptr));
+  std::int32_t chars_per_line = 0;
+  std::int32_t lines = 0;
+  const int matched =
+      tavio::match_font_settings(table.get(), kPanelSerial, font_size, &chars_per_line, &lines);
+  const tavio::PanelLayout saved = tavio::load_font_settings(kPanelSerial);
+  if (matched == 1 && (saved.font_size != font_size || saved.chars_per_line != chars_per_line ||
+                       saved.lines != lines)) {
+    tavio_fuzz::fuzz_fail("a matched font grid reads back differently", text);
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+  tavio_fuzz::init_fuzz_root();
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  tavio_fuzz::restore_fuzz_root();
+  const tavio_fuzz::ServedReplies served({}, tavio_fuzz::ReplyStatus::kAlwaysZero);
+  fuzz_taglist(text);
+  if (size > 0) {
+    fuzz_font_table(static_cast<std::int8_t>(data[0]), text.substr(1));
+  }
+  return 0;
+}
