@@ -28,7 +28,9 @@ namespace tavio {
 namespace {
 
 constexpr std::size_t kTaglistKeyCapacity = 128;
-constexpr std::size_t kTaglistLineMax = 4096;
+// Lines are read whole, so that whatever a save writes loads back the same; a file larger
+// than any configuration the router keeps is refused instead, so memory stays bounded.
+constexpr std::size_t kTaglistFileMax = 1024 * 1024;
 
 bool is_key_char(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';
@@ -127,12 +129,14 @@ taglist_t* load_taglist_ex(const char* path, int /*mode*/, int /*flags*/) {
     std::string key;
     std::string value;
     bool reading = true;
+    std::size_t size = 0;
     while (reading) {
       const int c = std::fgetc(file.get());
+      if (++size > tavio::kTaglistFileMax) {
+        return nullptr;
+      }
       if (c != EOF && c != '\n') {
-        if (line.size() < tavio::kTaglistLineMax) {
-          line.push_back(static_cast<char>(c));
-        }
+        line.push_back(static_cast<char>(c));
         continue;
       }
       reading = c != EOF;

@@ -72,6 +72,14 @@ TEST_F(TaglistTest, SaveWritesQuotedEscapedInFirstSeenOrderKeepingUnknownKeys) {
   ASSERT_TRUE(list);
   EXPECT_STREQ(get_taglist_default_ex(list.get(), "", "ALPHA"), "a \"b\" $HOME");
   EXPECT_STREQ(get_taglist_default_ex(list.get(), "", "NEW"), "x`y\\z");
+
+  // Escaping makes a saved line longer than the one loaded; it still loads back the same.
+  const std::string dollars(3000, '$');
+  ASSERT_EQ(update_taglist_ex(list.get(), "LONG", dollars.c_str()), 0);
+  ASSERT_EQ(save_taglist_ex(list.get(), 1), 0);
+  list = load_taglist(kFile);
+  ASSERT_TRUE(list);
+  EXPECT_EQ(get_taglist_default_ex(list.get(), "", "LONG"), dollars);
 }
 
 TEST_F(TaglistTest, SaveReplacesFileByRename) {
