@@ -84,7 +84,11 @@ Exchange settle_exchange(const Options& options) {
   }
   // A panel that signs in with a passcode always gets the default theme.
   exchange.theme_mode = options.keycode ? ThemeMode::kDefault : ThemeMode::kAlternative;
-  exchange.layout = load_font_settings(exchange.serial.c_str());
+  // A menu update of a panel whose saved grid is damaged gets a grid of nothing; an answer
+  // to a request keeps the default grid.
+  const PanelLayout damaged =
+      options.input_path.empty() ? make_panel_layout(ThemeMode::kDefault, 0, 0, 0) : PanelLayout{};
+  exchange.layout = load_font_settings(exchange.serial.c_str(), damaged);
   exchange.layout.theme_mode = narrow_theme_mode(exchange.serial.c_str(), exchange.theme_mode);
   return exchange;
 }

@@ -108,13 +108,13 @@ int match_font_settings(const json_t* font_table, const char* serial, std::int32
   return 1;
 }
 
-PanelLayout load_font_settings(const char* serial) {
-  PanelLayout layout;
+PanelLayout load_font_settings(const char* serial, const PanelLayout& unreadable) {
   const std::optional<HostPath> path = font_file(serial);
   const JsonPtr saved = path ? load_json_file(*path) : nullptr;
   if (!saved) {
-    return layout;
+    return PanelLayout{};
   }
+  PanelLayout layout = unreadable;
   const std::int32_t sz = jget_int(saved.get(), "sz", 0);
   const std::int32_t ln = jget_int(saved.get(), "ln", 0);
   const std::int32_t ch = jget_int(saved.get(), "ch", 0);

@@ -26,9 +26,10 @@ int save_theme_setting(const char* serial, const char* theme);
 /// characters per line and lines; 0 when nothing matches or the file cannot be written.
 int match_font_settings(const json_t* font_table, const char* serial, std::int32_t font_size,
                         std::int32_t* chars_per_line, std::int32_t* lines);
-/// The panel's saved grid in the default theme; the default grid without a file, or when the
-/// file lacks a figure.
-[[nodiscard]] PanelLayout load_font_settings(const char* serial);
+/// The panel's saved grid in the default theme; the default grid without a file; the grid
+/// of unreadable when the file lacks a figure.
+[[nodiscard]] PanelLayout load_font_settings(const char* serial,
+                                             const PanelLayout& unreadable = PanelLayout{});
 /// The passcode keypad's inputs: [{"tp": "ks", "cl": ["0123456789ABCDEF"]}], one key set of
 /// the sixteen hexadecimal digits.
 [[nodiscard]] JsonPtr keyset_input_list();

@@ -136,7 +136,7 @@ DashboardGroup vpn_dashboard_group(int width) {
   const std::optional<VpnStatusList> vpns = vpn_status_collect();
   if (vpns) {
     for (const VpnStatus& vpn : vpns->items) {
-      if (vpn.name.empty() || vpn.state.empty()) {
+      if (vpn.name.empty()) {
         continue;
       }
       group.add(format_text(kTextCapacity, "%s: %s", vpn.name.c_str(),

@@ -91,7 +91,7 @@ JsonPtr vpn_submenu(const PanelLayout& layout) {
   JsonPtr items = json_own(json_array());
   if (const std::optional<VpnStatusList> vpns = vpn_status_collect()) {
     for (const VpnStatus& vpn : vpns->items) {
-      if (!vpn.name.empty() && !vpn.state.empty()) {
+      if (!vpn.name.empty()) {  // a link state nobody knows is listed all the same
         json_append(items.get(), numbered_entry("vpn_status_%d", vpn.id, vpn.name));
       }
     }

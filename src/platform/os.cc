@@ -86,20 +86,24 @@ void remove_abandoned_saves(const std::string& final_path) {
     const long pid = std::strtol(name.c_str() + prefix.size(), &end, 10);
     if (end != nullptr && *end == '\0' && pid > 0 && ::kill(static_cast<pid_t>(pid), 0) != 0 &&
         errno == ESRCH) {
-      ::unlink((folder + "/" + name).c_str());
+      std::string path = folder;
+      path.append("/").append(name);
+      ::unlink(path.c_str());
     }
   }
   ::closedir(dir);
 }
 
 // Writes all of text to a new file at path, never through a link; false (and no file) when
-// it cannot be written whole.
-bool write_new_file(const std::string& path, std::string_view text, mode_t mode) {
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode);
+// it cannot be written whole. A mode is set as it is; without one the umask applies, as for
+// any file the program creates.
+bool write_new_file(const std::string& path, std::string_view text, std::optional<mode_t> mode) {
+  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
+                        mode.value_or(0666));
   if (fd < 0) {
     return false;
   }
-  bool ok = ::fchmod(fd, mode) == 0;
+  bool ok = !mode || ::fchmod(fd, *mode) == 0;
   std::size_t written = 0;
   while (ok && written < text.size()) {
     const ssize_t n = ::write(fd, text.data() + written, text.size() - written);
@@ -135,7 +139,7 @@ bool replace_file_atomically(const HostPath& final_path, std::string_view text) 
 }
 
 bool write_file_whole(const HostPath& path, std::string_view text) {
-  return write_new_file(path.str(), text, 0644);
+  return write_new_file(path.str(), text, std::nullopt);
 }
 
 std::optional<std::string> read_file_limited(const HostPath& path, std::size_t max_bytes,

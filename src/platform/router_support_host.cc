@@ -30,7 +30,7 @@ namespace {
 constexpr std::size_t kTaglistKeyCapacity = 128;
 // Lines are read whole, so that whatever a save writes loads back the same; a file larger
 // than any configuration the router keeps is refused instead, so memory stays bounded.
-constexpr std::size_t kTaglistFileMax = 1024 * 1024;
+constexpr std::size_t kTaglistFileMax = std::size_t{1024} * 1024;
 
 bool is_key_char(char c) {
   return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_';

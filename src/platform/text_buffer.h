@@ -21,10 +21,10 @@ constexpr std::size_t kSerialCapacity = 16;     ///< a panel serial: 15 characte
 constexpr std::size_t kItemIdCapacity = 64;     ///< item identifiers the menus hand out
 /// The largest request document read: a panel's longest list of identifiers takes a few
 /// kilobytes; anything larger is refused as not a valid request, so memory stays bounded.
-constexpr std::size_t kMaxRequestBytes = 64 * 1024;
+constexpr std::size_t kMaxRequestBytes = std::size_t{64} * 1024;
 /// The largest reply of a tool that is loaded; the router's largest API replies take some
 /// tens of kilobytes.
-constexpr std::size_t kMaxReplyBytes = 1024 * 1024;
+constexpr std::size_t kMaxReplyBytes = std::size_t{1024} * 1024;
 /// The largest text buffer of all; nothing longer ever reaches the panel.
 constexpr std::size_t kMaxTextCapacity = 4096;
 
