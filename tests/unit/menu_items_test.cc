@@ -30,8 +30,7 @@ TEST(MenuEntry, TtlOnlyForReadAccessAndHintWhenGiven) {
     int ttl;
     const char* hint;
     const char* content;  // the entry's "c" object
-  } cases[] = {{"r", 5, nullptr, R"({"a":"r","k":"k1","qt":"poll","ttl":5})"},
-               {"r", -1, nullptr, R"({"a":"r","k":"k1","qt":"poll","ttl":-1})"},
+  } cases[] = {{"r", -1, nullptr, R"({"a":"r","k":"k1","qt":"poll","ttl":-1})"},
                {"rw", 5, "", R"({"a":"rw","k":"k1","qt":"poll","ttl":5})"},
                {"w", 5, nullptr, R"({"a":"w","k":"k1","qt":"poll"})"},
                {"rwx", 5, nullptr, R"({"a":"rwx","k":"k1","qt":"poll"})"},
@@ -54,20 +53,6 @@ TEST(MenuEntry, MissingRequiredTextGivesNull) {
           << "field " << missing;
     }
   }
-}
-
-TEST(MenuEntry, SelectionIsTakenOverNotCopied) {
-  JsonPtr selection = json_own(json_pack("[ss]", "Auto", "1000M"));
-  json_t* probe = selection.get();
-  json_incref(probe);
-  JsonPtr item = menu_item_entry("speed", "Speed", "poll", "rw", "wan_port_speed_1", 5, nullptr,
-                                 std::move(selection));
-  ASSERT_TRUE(item);
-  EXPECT_EQ(json_object_get(json_object_get(item.get(), "c"), "select"), probe);
-  EXPECT_EQ(probe->refcount, 2u);
-  item.reset();
-  EXPECT_EQ(probe->refcount, 1u);  // the item held exactly one reference
-  json_decref(probe);
 }
 
 TEST(MenuText, LaysOutFirst255CharactersRawKeepsAllIdOptional) {

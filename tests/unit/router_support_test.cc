@@ -1,12 +1,11 @@
-// The host's router support library: the taglist file format, atomic saves, number and text
-// lists, and the port type lookup, all under a temporary root.
+// The host's router support library: the taglist file format, atomic saves and number lists,
+// under a temporary root. The port type lookup is read by the end-to-end port speed menus.
 #include "platform/router_support.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -128,30 +127,6 @@ TEST(Numlist, ParsesWholeIntegersBetweenBlanksAndCommas) {
     EXPECT_EQ(std::vector<int>(list->nums, list->nums + list->count), c.numbers)
         << (c.text == nullptr ? "(null)" : c.text);
   }
-}
-
-TEST(Iplist, SerializeJoinsWithSeparator) {
-  iplist_t list;
-  init_iplist(&list);
-  for (const char* text : {"192.168.1.1", "10.0.0.1", "fe80::1"}) {
-    ASSERT_EQ(insert_iplist(&list, text), 0);
-  }
-  char* joined = serialize_iplist(&list, ", ");
-  EXPECT_STREQ(joined, "192.168.1.1, 10.0.0.1, fe80::1");
-  std::free(joined);
-  free_iplist(&list);
-  EXPECT_EQ(list.count, 0);
-  joined = serialize_iplist(&list, ", ");
-  EXPECT_STREQ(joined, "");
-  std::free(joined);
-}
-
-TEST_F(TaglistTest, PortPhysicalTypeFromHostPortsFile) {
-  EXPECT_EQ(get_physical_type_ex(get_conn_port_id(1), 0), 0);  // no file yet
-  root_.write("/etc/tavio-host/ports", "PORT1_PHYSICAL_TYPE=1\nPORT2_PHYSICAL_TYPE=\"2\"\n");
-  EXPECT_EQ(get_physical_type_ex(get_conn_port_id(1), 0), 1);
-  EXPECT_EQ(get_physical_type_ex(get_conn_port_id(2), 0), 2);
-  EXPECT_EQ(get_physical_type_ex(get_conn_port_id(3), 0), 0);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <stdlib.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -84,7 +85,29 @@ class TempRoot {
 class TempRootTest : public ::testing::Test {
  protected:
   void SetUp() override { ASSERT_TRUE(root_.ok()) << "no temporary TAVIO_ROOT: " << root_.path(); }
+  void TearDown() override {
+    if (!saved_path_.empty()) {
+      ::setenv("PATH", saved_path_.c_str(), 1);
+    }
+  }
+
+  /// Installs script as the command name in the root's test-bin, first on PATH (restored
+  /// after the test), and checks that the shell finds it there.
+  void stand_in(const std::string& name, const std::string& script) {
+    const std::string bin = root_.path() + "/test-bin";
+    if (saved_path_.empty()) {
+      const char* path = std::getenv("PATH");
+      saved_path_ = path == nullptr ? "/usr/bin:/bin" : path;
+      ::setenv("PATH", (bin + ":" + saved_path_).c_str(), 1);
+    }
+    root_.write("/test-bin/" + name, script);
+    std::filesystem::permissions(bin + "/" + name, std::filesystem::perms::owner_all);
+    const std::string check = "test \"$(command -v " + name + ")\" = " + bin + "/" + name;
+    ASSERT_EQ(std::system(check.c_str()), 0) << name << ": stand-in not first on PATH";
+  }
+
   TempRoot root_;
+  std::string saved_path_;
 };
 
 }  // namespace tavio_test
