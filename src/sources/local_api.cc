@@ -72,18 +72,6 @@ std::string api_base_url(std::size_t capacity) {
   return format_text(capacity, "http://127.0.0.1:%d/api", api_port());
 }
 
-bool write_text_file(const char* path, const char* text) {
-  if (path == nullptr || path[0] == '\0' || text == nullptr || text[0] == '\0') {
-    return false;
-  }
-  const FilePtr file = open_file(HostPath::system(path), "w");
-  if (!file) {
-    return false;
-  }
-  std::fputs(text, file.get());
-  return true;
-}
-
 ApiResultPtr api_request(const char* body, const char* headers, const char* path) {
   if (path == nullptr) {
     return nullptr;

@@ -15,9 +15,6 @@ namespace tavio {
 [[nodiscard]] int api_port();
 /// "http://127.0.0.1:PORT/api" cut to capacity - 1 characters.
 [[nodiscard]] std::string api_base_url(std::size_t capacity);
-/// Writes text to one of the router's files, without a newline; false for an empty path or
-/// text, or a file that cannot be written.
-bool write_text_file(const char* path, const char* text);
 /// Calls path (with its query) behind the base URL; a body makes it a POST. Null headers mean
 /// the default access header. Nothing on any failure; no temporary file outlives the call.
 [[nodiscard]] ApiResultPtr api_request(const char* body, const char* headers, const char* path);
