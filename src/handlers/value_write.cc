@@ -33,6 +33,10 @@ class Answer {
 
   Answer& done(const std::string& value) { return set(value, true); }
   Answer& failed(const std::string& value = "") { return set(value, false); }
+  /// Done with the value an action reports, or failed when it reports none.
+  Answer& outcome(const std::optional<std::string>& value) {
+    return value ? done(*value) : failed();
+  }
   Answer& message(const char* text) {
     message_ = cut_text(layout_wrap(text, chars_per_line_), kTextCapacity);
     return *this;
@@ -123,21 +127,11 @@ void reset_admin_password(const WriteRequest& write) {
 }
 
 void remote_assist(const WriteRequest& write) {
-  const std::optional<std::string> state = set_remote_assist(std::strcmp(write.value, "On") == 0);
-  if (state) {
-    write.answer.done(*state);
-  } else {
-    write.answer.failed();
-  }
+  write.answer.outcome(set_remote_assist(std::strcmp(write.value, "On") == 0));
 }
 
 void port_speed(const WriteRequest& write, int port) {
-  const std::optional<std::string> media = set_port_media(port, write.value);
-  if (media) {
-    write.answer.done(*media);
-  } else {
-    write.answer.failed();
-  }
+  write.answer.outcome(set_port_media(port, write.value));
 }
 
 void lan_port_speed(const WriteRequest& write) { port_speed(write, 0); }
@@ -172,13 +166,8 @@ void panel_logout(const WriteRequest& write) {
 
 // Only "ON" switches on; the answer is the state the unit confirms.
 void power_port_switch(const WriteRequest& write) {
-  const std::optional<std::string> state =
-      devcmd_port_set(write.args.unit, write.args.number, std::strcmp(write.value, "ON") == 0);
-  if (state) {
-    write.answer.done(*state);
-  } else {
-    write.answer.failed();
-  }
+  write.answer.outcome(
+      devcmd_port_set(write.args.unit, write.args.number, std::strcmp(write.value, "ON") == 0));
 }
 
 struct ActionRow {

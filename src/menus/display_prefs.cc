@@ -18,12 +18,6 @@ namespace {
 
 constexpr int kDefaultTargetFontSize = 2;
 
-// The panel's theme file; nothing for a serial that cannot name a file.
-TaglistPtr load_theme_file(const char* serial) {
-  const std::optional<std::string> path = panel_file_path(kThemeSettingsFormat, serial);
-  return path ? load_taglist(path->c_str()) : nullptr;
-}
-
 std::optional<HostPath> font_file(const char* serial) {
   const std::optional<std::string> path = panel_file_path(kFontSettingsFormat, serial);
   if (!path) {
@@ -35,7 +29,7 @@ std::optional<HostPath> font_file(const char* serial) {
 }  // namespace
 
 ThemeMode load_theme_mode(const char* serial) {
-  const TaglistPtr settings = load_theme_file(serial);
+  const TaglistPtr settings = load_panel_taglist(kThemeSettingsFormat, serial);
   if (!settings) {
     return ThemeMode::kDefault;
   }
@@ -49,7 +43,7 @@ ThemeMode narrow_theme_mode(const char* serial, ThemeMode mode) {
 
 int save_theme_setting(const char* serial, const char* theme) {
   // The theme is stored only where the panel's theme file already exists.
-  const TaglistPtr settings = load_theme_file(serial);
+  const TaglistPtr settings = load_panel_taglist(kThemeSettingsFormat, serial);
   if (settings) {
     update_taglist_ex(settings.get(), "SUPPORT_THEME", theme == nullptr ? "" : theme);
     save_taglist_ex(settings.get(), 1);

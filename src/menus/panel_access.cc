@@ -19,15 +19,9 @@ constexpr char kLoginKeycodeKey[] = "MMI_LOGIN_KEYCODE";
 // The keypad sends exactly four characters.
 constexpr int kPasscodeLength = 4;
 
-// The panel's access file; nothing for a serial that cannot name a file.
-TaglistPtr load_access_file(const char* serial) {
-  const std::optional<std::string> path = panel_file_path(kPanelAccessFormat, serial);
-  return path ? load_taglist(path->c_str()) : nullptr;
-}
-
 // Rewrites the panel's existing access file with the two keys.
 bool write_access(const char* serial, const char* latest_access, const char* keycode) {
-  const TaglistPtr access = load_access_file(serial);
+  const TaglistPtr access = load_panel_taglist(kPanelAccessFormat, serial);
   if (!access) {
     return false;
   }
@@ -52,7 +46,7 @@ PanelAccessState panel_access_state(const char* serial) {
 }
 
 bool panel_access_valid(const char* serial, const char* passcode) {
-  const TaglistPtr access = load_access_file(serial);
+  const TaglistPtr access = load_panel_taglist(kPanelAccessFormat, serial);
   if (!access) {
     return false;
   }

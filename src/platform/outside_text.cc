@@ -58,4 +58,9 @@ std::optional<std::string> panel_file_path(const char* format, const char* seria
   return format_text(kPathCapacity, format, name);
 }
 
+TaglistPtr load_panel_taglist(const char* format, const char* serial) {
+  const std::optional<std::string> path = panel_file_path(format, serial);
+  return path ? load_taglist(path->c_str()) : nullptr;
+}
+
 }  // namespace tavio

@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/router_support.h"
+
 namespace tavio {
 
 /// True for a plain word: letters, digits and "-", "_", ".", ":", "@", "+", ",", "%", "=".
@@ -23,6 +25,9 @@ namespace tavio {
 [[nodiscard]] std::optional<std::string> command_with_argument(std::size_t capacity,
                                                                const char* format,
                                                                std::string_view text);
+/// The panel's taglist file of format ("%s" the serial); nothing when the serial cannot name
+/// a file or the file does not load.
+[[nodiscard]] TaglistPtr load_panel_taglist(const char* format, const char* serial);
 /// One of the router's per-panel file paths: format's "%s" replaced by the serial, cut to the
 /// path capacity. Nothing for a serial with "/", which could lead the name out of its folder.
 [[nodiscard]] std::optional<std::string> panel_file_path(const char* format, const char* serial);
