@@ -9,8 +9,10 @@
 #include "diag/dump.h"
 #include "menus/display_prefs.h"
 #include "menus/panel_access.h"
+#include "platform/command.h"
 #include "platform/numbers.h"
 #include "platform/os.h"
+#include "platform/temp_file.h"
 #include "platform/text_buffer.h"
 #include "tavio/panel_access.h"
 #include "tavio/panel_layout.h"
@@ -96,10 +98,13 @@ Exchange settle_exchange(const Options& options) {
 }  // namespace
 
 int run_tavio(int argc, char** argv) {
+  start_exchange_clock();
+  install_run_signals();
   if (const std::optional<std::string> refused = root_check()) {
     std::puts(refused->c_str());
     return 0;
   }
+  sweep_abandoned_temp_files();
   const Options options = parse_options(argc, argv);
   if (options.dump) {
     run_dump_mode(options.panel_type);

@@ -5,6 +5,7 @@
 #include "handlers/item_rows.h"
 #include "layout/panel_text.h"
 #include "menus/panel_access.h"
+#include "platform/command.h"
 #include "platform/json_get.h"
 #include "platform/os.h"
 #include "platform/outside_text.h"
@@ -94,15 +95,23 @@ struct WriteRequest {
 
 bool is_yes(const char* value) { return std::strcmp(value, "Yes") == 0; }
 
-// Starts a background command group; its outcome is never looked at.
-void run_in_background(const std::string& command) { run_shell(command); }
+// Starts programs one after another in the background; their outcome is never looked at.
+void run_in_background(std::vector<Command> steps) {
+  for (Command& step : steps) {
+    step.start = CommandStart::kDetach;
+  }
+  run_detached(steps);
+}
+
+// The pause before a reset, so the response reaches the panel first.
+Command pause_before_reset() { return {"sleep", {"3"}}; }
 
 void restore_factory(const WriteRequest& write) {
   if (!is_yes(write.value)) {
     write.answer.done("No");
     return;
   }
-  run_in_background("(restoreconfig;sleep 3;reboot)&");
+  run_in_background({{"restoreconfig", {}}, pause_before_reset(), {"reboot", {}}});
   write.answer.done("Yes").rebooting_message();
 }
 
@@ -120,9 +129,7 @@ void reset_admin_password(const WriteRequest& write) {
     write.answer.done("No");
     return;
   }
-  const HostPath tool = HostPath::system(kRecoverPasswordTool);
-  run_in_background(
-      format_text(kLongTextCapacity + root_prefix().size(), "(sleep 3;%s)&", tool.c_str()));
+  run_in_background({pause_before_reset(), {HostPath::system(kRecoverPasswordTool).str(), {}}});
   write.answer.done("Yes");
 }
 
@@ -220,15 +227,14 @@ std::optional<std::string> set_port_media(int port, const char* value) {
       save_taglist_ex(active.get(), 1) != 0) {
     return std::nullopt;
   }
-  run_in_background("(saveconfig;activate)&");
+  run_in_background({{"saveconfig", {}}, {"activate", {}}});
   return std::string(value);
 }
 
 std::optional<std::string> set_remote_assist(bool on) {
   const std::string body = format_text(
       kLongTextCapacity, "{\"action\":\"remoteAssistance\",\"enable\":%s}", on ? "true" : "false");
-  const ApiResultPtr result =
-      api_request(body.c_str(), api_json_headers().c_str(), "system.action");
+  const ApiResultPtr result = api_post("system.action", body.c_str());
   if (!result) {
     return std::nullopt;
   }
@@ -239,10 +245,16 @@ std::optional<std::string> set_remote_assist(bool on) {
   return std::string(json_is_true(json_object_get(state, "enable")) ? "On" : "Off");
 }
 
-int panel_reload(const std::string& serial) {
-  const std::optional<std::string> command =
-      command_with_argument(kReloadCommandCapacity, "(capwap_cli panel_reload %s)&", serial);
-  return command ? run_shell(*command) : -1;
+bool panel_reload(const std::string& serial) {
+  if (!outside_argument_fits(kReloadCommandCapacity, "(capwap_cli panel_reload %s)&", serial)) {
+    return false;
+  }
+  // An empty serial is no argument at all.
+  Command reload{"capwap_cli", {"panel_reload"}, CommandOutput::kDiscard, CommandStart::kDetach};
+  if (!serial.empty()) {
+    reload.args.push_back(serial);
+  }
+  return run_detached({reload});
 }
 
 JsonPtr perform_value_action(const Exchange& exchange, const char* identifier, const char* value) {

@@ -25,9 +25,9 @@ namespace tavio {
 [[nodiscard]] std::optional<std::string> set_port_media(int port, const char* value);
 /// Switches remote assistance; "On" or "Off" as the router reports it afterwards, or nothing.
 [[nodiscard]] std::optional<std::string> set_remote_assist(bool on);
-/// Asks the display process to reload the panel's screens; the shell's status, -1 when the
-/// command could not be formed.
-int panel_reload(const std::string& serial);
+/// Asks the display process, in the background, to reload the panel's screens; false when
+/// the serial is refused as an argument or nothing could be started.
+bool panel_reload(const std::string& serial);
 
 }  // namespace tavio
 

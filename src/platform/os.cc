@@ -32,7 +32,8 @@ std::optional<std::string> root_check() {
   if (root == nullptr || root[0] == '\0') {
     return std::nullopt;
   }
-  // The root goes unquoted into shell command lines, so only plain path characters pass.
+  // The root is part of every router path tavio opens or hands to a tool: plain path
+  // characters only.
   for (const char* c = root; *c != '\0'; ++c) {
     if (!root_char_allowed(*c)) {
       return std::string("Error: TAVIO_ROOT may only hold letters, digits and / . _ -");
@@ -163,28 +164,6 @@ std::optional<std::string> read_file_limited(const HostPath& path, std::size_t m
   }
   ::close(fd);
   return text;
-}
-
-namespace {
-
-int system_shell(const std::string& command_line) {
-  // Anything still buffered must reach standard output before a child can write there.
-  std::fflush(stdout);
-  const int status = std::system(command_line.c_str());
-  if (status == -1 || !WIFEXITED(status)) {
-    return -1;
-  }
-  return WEXITSTATUS(status);
-}
-
-ShellRunner g_shell_runner = system_shell;
-
-}  // namespace
-
-int run_shell(const std::string& command_line) { return g_shell_runner(command_line); }
-
-void replace_shell_runner(ShellRunner runner) {
-  g_shell_runner = runner == nullptr ? system_shell : runner;
 }
 
 int process_id() { return static_cast<int>(::getpid()); }

@@ -1,4 +1,4 @@
-// The one door to the operating system: files, shell commands, the process id.
+// The one door to the operating system: files and the process id (commands: command.h).
 //
 // Off the router the router's absolute paths live under the TAVIO_ROOT prefix. The prefix is
 // put in front here and only here, after the caller formed the router's own path with its own
@@ -60,13 +60,6 @@ bool write_file_whole(const HostPath& path, std::string_view text);
 [[nodiscard]] std::optional<std::string> read_file_limited(const HostPath& path,
                                                            std::size_t max_bytes,
                                                            bool follow_links = true);
-/// Runs a command line through the shell; its exit status, or -1 when it could not run.
-int run_shell(const std::string& command_line);
-/// What runs a command line in place of the shell.
-using ShellRunner = int (*)(const std::string& command_line);
-/// Lets a test harness answer command lines itself (a fuzz target serves the tools' replies
-/// from its input); null puts the shell back. tavio itself always uses the shell.
-void replace_shell_runner(ShellRunner runner);
 /// The process id, which names this run's temporary files.
 [[nodiscard]] int process_id();
 

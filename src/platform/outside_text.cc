@@ -14,40 +14,20 @@ bool plain_char(char c) {
 
 }  // namespace
 
-bool is_plain_word(std::string_view text) {
+bool outside_argument_fits(std::size_t capacity, std::string_view line_format,
+                           std::string_view text) {
+  if (!text.empty() && text.front() == '-') {
+    return false;
+  }
+  bool plain = true;
+  std::size_t quotes = 0;
   for (const char c : text) {
-    if (c == '\0' || !plain_char(c)) {
-      return false;
-    }
+    plain = plain && c != '\0' && plain_char(c);
+    quotes += c == '\'' ? 1 : 0;
   }
-  return true;
-}
-
-std::string shell_argument(std::string_view text) {
-  if (is_plain_word(text)) {
-    return std::string(text);
-  }
-  std::string quoted = "'";
-  for (const char c : text) {
-    if (c == '\'') {
-      quoted += "'\\''";
-    } else {
-      quoted += c;
-    }
-  }
-  quoted += '\'';
-  return quoted;
-}
-
-std::optional<std::string> command_with_argument(std::size_t capacity, const char* format,
-                                                 std::string_view text) {
-  const std::string argument = shell_argument(text);
-  TextBuffer command(capacity);
-  command.appendf(format, argument.c_str());
-  if (command.cut() && !is_plain_word(text)) {
-    return std::nullopt;
-  }
-  return command.str();
+  const std::size_t word = plain ? text.size() : text.size() + 2 + 3 * quotes;
+  const std::size_t placeholder = 2;  // the "%s" the word takes the place of
+  return line_format.size() - placeholder + word < capacity;
 }
 
 std::optional<std::string> panel_file_path(const char* format, const char* serial) {

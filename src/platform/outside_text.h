@@ -1,5 +1,5 @@
 // Texts that come from outside tavio (the -s panel serial, identifiers the panel sends back,
-// serials a device reports) on their way into a shell command line or a file name. Every such
+// serials a device reports) on their way into a tool's arguments or a file name. Every such
 // text passes here, so none can change what a command does or where a file lands.
 #ifndef TAVIO_PLATFORM_OUTSIDE_TEXT_H
 #define TAVIO_PLATFORM_OUTSIDE_TEXT_H
@@ -13,18 +13,14 @@
 
 namespace tavio {
 
-/// True for a plain word: letters, digits and "-", "_", ".", ":", "@", "+", ",", "%", "=".
-/// The shell gives such a word to a tool unchanged; "" counts as plain (no argument).
-[[nodiscard]] bool is_plain_word(std::string_view text);
-/// text ready to stand as one argument of a command line: a plain word as it is, anything
-/// else in single quotes (a quote inside written '\''), so the tool receives it byte for byte.
-[[nodiscard]] std::string shell_argument(std::string_view text);
-/// A command line formed from format with one outside text as its only "%s", cut to
-/// capacity - 1 characters; nothing when the quoted text would not fit whole, so a cut can
-/// never open a quote.
-[[nodiscard]] std::optional<std::string> command_with_argument(std::size_t capacity,
-                                                               const char* format,
-                                                               std::string_view text);
+/// Whether an outside text may reach a tool as one argument of a command whose line, as the
+/// router's fixed command buffer of capacity holds it, is line_format with the text in place of
+/// its one "%s". Refused: a text that begins with "-" (a tool would take it for an option), and
+/// one that would make the line longer than capacity - 1 characters; such a command runs
+/// nothing, never a cut line. The buffer holds a text that is not a plain word (letters,
+/// digits and "-_.:@+,%=") in single quotes, a quote inside as four characters.
+[[nodiscard]] bool outside_argument_fits(std::size_t capacity, std::string_view line_format,
+                                         std::string_view text);
 /// The panel's taglist file of format ("%s" the serial); nothing when the serial cannot name
 /// a file or the file does not load.
 [[nodiscard]] TaglistPtr load_panel_taglist(const char* format, const char* serial);

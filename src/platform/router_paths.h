@@ -18,13 +18,6 @@ constexpr char kApiHeaderFormat[] = "/var/run/dorva/tavio/wget_ext_hdr_%d.txt";
 constexpr char kApiInputFormat[] = "/var/run/dorva/tavio/wget_input_%d.txt";
 constexpr char kApiResultFormat[] = "/var/run/dorva/tavio/wget_result_%d.json";
 
-/// Temporary answers of the device tool, "%d" the process id.
-constexpr char kDeviceListFormat[] = "/var/run/dorva/tavio/pmu_list_%d.json";
-constexpr char kDeviceInfoFormat[] = "/var/run/dorva/tavio/pmu_info_%d.json";
-constexpr char kDeviceStatusFormat[] = "/var/run/dorva/tavio/pmu_status_%d.json";
-constexpr char kDevicePortSetFormat[] = "/var/run/dorva/tavio/pmu_iotdevport_set_%d.json";
-constexpr char kExternalPowerFormat[] = "/var/run/dorva/tavio/extpower_status_%d.json";
-
 /// The running configuration (port media, Wi-Fi, panel passcode) and the one a port media
 /// change is written to before it is activated.
 constexpr char kConfigRun[] = "/usr/local/velto/conf/config.run";

@@ -1,10 +1,16 @@
 #include "platform/temp_file.h"
 
+#include <dirent.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
 
+#include "platform/router_paths.h"
 #include "platform/text_buffer.h"
 
 namespace tavio {
@@ -28,7 +34,46 @@ bool write_all(int fd, std::string_view text) {
   return true;
 }
 
+// Names of temporary files, each followed by a process id and an ending: this program's own,
+// and the device answers that the router's earlier panel back ends kept in files.
+const char* const kTempFilePrefixes[] = {
+    "wget_ext_hdr_", "wget_input_",         "wget_result_", "pmu_list_",
+    "pmu_info_",     "pmu_iotdevport_set_", "pmu_status_",  "extpower_status_",
+};
+
+// The process id a temporary file's name carries; 0 when the name is not a temporary file's.
+long temp_file_owner(const char* name) {
+  for (const char* prefix : kTempFilePrefixes) {
+    const std::size_t length = std::strlen(prefix);
+    if (std::strncmp(name, prefix, length) != 0) {
+      continue;
+    }
+    char* end = nullptr;
+    const long pid = std::strtol(name + length, &end, 10);
+    const bool ending = end != nullptr && end != name + length &&
+                        (std::strcmp(end, ".json") == 0 || std::strcmp(end, ".txt") == 0);
+    return ending && pid > 0 ? pid : 0;
+  }
+  return 0;
+}
+
 }  // namespace
+
+void sweep_abandoned_temp_files() {
+  const HostPath folder = HostPath::system(kRunDirectory);
+  DIR* dir = ::opendir(folder.c_str());
+  if (dir == nullptr) {
+    return;
+  }
+  while (const dirent* entry = ::readdir(dir)) {
+    const long pid = temp_file_owner(entry->d_name);
+    if (pid > 0 && pid != process_id() && ::kill(static_cast<pid_t>(pid), 0) != 0 &&
+        errno == ESRCH) {
+      ::unlink((folder.str() + "/" + entry->d_name).c_str());
+    }
+  }
+  ::closedir(dir);
+}
 
 TempFile::TempFile(const char* format)
     : path_(HostPath::system(format_text(kPathCapacity, format, process_id()))) {}

@@ -45,6 +45,10 @@ class TempFile {
   HostPath path_;
 };
 
+/// Removes the temporary files that runs killed mid-call left in the run directory: those
+/// named after a process that no longer exists.
+void sweep_abandoned_temp_files();
+
 }  // namespace tavio
 
 #endif

@@ -1,49 +1,55 @@
 #include "power/device_commands.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <cstring>
 
 #include "layout/panel_text.h"
-#include "platform/json_command.h"
+#include "platform/command.h"
 #include "platform/json_get.h"
 #include "platform/numbers.h"
 #include "platform/os.h"
 #include "platform/outside_text.h"
-#include "platform/router_paths.h"
+#include "platform/reply_memo.h"
 #include "platform/text_buffer.h"
 
 namespace tavio {
 namespace {
 
+constexpr char kDeviceTool[] = "capwap_cli";
+/// A unit answers the device tool within a second or two; one that has not answered by then
+/// is treated as unreachable rather than keeping the panel waiting.
+constexpr std::chrono::seconds kDeviceToolDeadline{10};
 constexpr std::size_t kUnreachableCapacity = 128;
 
-// The command's file path carries the root prefix; the line keeps its router capacity plus
-// room for it.
-std::size_t command_capacity() { return kLongTextCapacity + root_prefix().size(); }
-
-// A device command line for the unit serial, with the tool's answer redirected into output;
-// "" when a serial that needs quoting would not fit whole.
-std::string unit_command(const char* format, const std::string& serial, const HostPath& output) {
-  const std::string argument = shell_argument(serial);
-  TextBuffer command(command_capacity());
-  command.appendf(format, argument.c_str(), output.c_str());
-  return command.cut() && !is_plain_word(serial) ? std::string() : command.str();
+// The router's device interface takes one command line of at most 511 characters, which also
+// names a run-directory file for the answer; a unit serial that would not fit it whole
+// reaches no unit.
+bool unit_serial_fits(const char* line_format, const char* answer_file, const std::string& serial) {
+  std::string line = line_format;
+  line.append(format_text(kPathCapacity, answer_file, process_id()));
+  return outside_argument_fits(kLongTextCapacity, line, serial);
 }
 
-// Runs a command about one unit; the loaded answer, or null.
-JsonPtr unit_answer(const char* file_format, const char* command_format,
-                    const std::string& serial) {
-  return run_json_command(file_format, ExitCheck::kRequireZero, [&](const HostPath& output) {
-    return unit_command(command_format, serial, output);
-  });
+// Runs the device tool; its answer as JSON, or null.
+JsonPtr ask_device(std::vector<std::string> args) {
+  Command command{kDeviceTool, std::move(args), CommandOutput::kCapture};
+  command.deadline = kDeviceToolDeadline;
+  const std::optional<std::string> answer = run_command(command);
+  return answer ? json_own(json_loadb(answer->data(), answer->size(), 0, nullptr)) : nullptr;
 }
 
 }  // namespace
 
-JsonPtr device_answer(const char* file_format, const char* command) {
-  return run_json_command(file_format, ExitCheck::kRequireZero, [&](const HostPath& output) {
-    return format_text(command_capacity(), "%s > %s", command, output.c_str());
-  });
+JsonPtr device_answer(std::vector<std::string> args) {
+  ReplyKey key{kDeviceTool};
+  key.insert(key.end(), args.begin(), args.end());
+  JsonPtr answer;
+  if (!kept_reply(key, &answer)) {
+    answer = ask_device(std::move(args));
+    keep_reply(std::move(key), answer);
+  }
+  return answer;
 }
 
 JsonPtr first_report(const JsonPtr& answer) {
@@ -53,16 +59,17 @@ JsonPtr first_report(const JsonPtr& answer) {
 }
 
 JsonPtr devcmd_list() {
-  const JsonPtr answer = device_answer(kDeviceListFormat, "capwap_cli iotdevlist");
+  const JsonPtr answer = device_answer({"iotdevlist"});
   json_t* list = json_object_get(answer.get(), "list");
   return json_is_array(list) ? json_share(list) : nullptr;
 }
 
 int devcmd_info(const std::string& serial) {
-  if (serial.empty()) {
+  if (serial.empty() || !unit_serial_fits("capwap_cli iotdevinfo %s > ",
+                                          "/var/run/dorva/tavio/pmu_info_%d.json", serial)) {
     return 1;
   }
-  const JsonPtr answer = unit_answer(kDeviceInfoFormat, "capwap_cli iotdevinfo %s > %s", serial);
+  const JsonPtr answer = device_answer({"iotdevinfo", serial});
   const json_t* attributes = json_object_get(json_object_get(answer.get(), "devinfo"), "attr");
   if (attributes == nullptr) {
     return 1;
@@ -76,10 +83,11 @@ int devcmd_info(const std::string& serial) {
 }
 
 JsonPtr devcmd_status(const std::string& serial) {
-  if (serial.empty()) {
+  if (serial.empty() || !unit_serial_fits("capwap_cli iotstatus %s > ",
+                                          "/var/run/dorva/tavio/pmu_status_%d.json", serial)) {
     return nullptr;
   }
-  return first_report(unit_answer(kDeviceStatusFormat, "capwap_cli iotstatus %s > %s", serial));
+  return first_report(device_answer({"iotstatus", serial}));
 }
 
 std::optional<std::string> devcmd_port_set(const std::string& serial, int port, bool on) {
@@ -90,21 +98,24 @@ std::optional<std::string> devcmd_port_set(const std::string& serial, int port, 
   if (count < 1 || count < port) {
     return std::nullopt;
   }
-  // The tool takes "PORT:STATE" right before the redirection, without a blank.
-  const std::string format = format_text(
-      kTextCapacity, "capwap_cli iotdevport_set %%s \"%d:%s\"> %%s", port, on ? "on" : "off");
-  const JsonPtr answer = unit_answer(kDevicePortSetFormat, format.c_str(), serial);
+  const std::string state = format_text(kTextCapacity, "%d:%s", port, on ? "on" : "off");
+  const std::string line = "capwap_cli iotdevport_set %s \"" + state + "\"> ";
+  if (!unit_serial_fits(line.c_str(), "/var/run/dorva/tavio/pmu_iotdevport_set_%d.json", serial)) {
+    return std::nullopt;
+  }
+  forget_replies(kDeviceTool);  // the unit's status changes with its port
+  const JsonPtr answer = ask_device({"iotdevport_set", serial, state});
   const json_t* results = json_object_get(answer.get(), "ret");
   const json_t* first = json_is_array(results) ? json_array_get(results, 0) : nullptr;
   if (first == nullptr) {
     return std::nullopt;
   }
   const std::string key = format_text(kPathCapacity, "s%d", port);
-  const char* state = jget_string(first, key.c_str(), "");
-  if (state[0] == '\0') {
+  const char* reported = jget_string(first, key.c_str(), "");
+  if (reported[0] == '\0') {
     return std::nullopt;
   }
-  const bool reported_on = std::strcmp(state, "1") == 0;
+  const bool reported_on = std::strcmp(reported, "1") == 0;
   if (reported_on != on) {
     return std::nullopt;
   }

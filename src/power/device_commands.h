@@ -1,6 +1,6 @@
 // The device tool's commands for power units: the device list, a unit's port count, its
-// status report and the switching of one port. Each runs "capwap_cli" with its answer
-// redirected into a temporary file of this run, which is loaded and removed on every path.
+// status report and the switching of one port. Each runs "capwap_cli" and reads its JSON
+// answer from the tool's standard output.
 #ifndef TAVIO_POWER_DEVICE_COMMANDS_H
 #define TAVIO_POWER_DEVICE_COMMANDS_H
 
@@ -15,9 +15,9 @@
 
 namespace tavio {
 
-/// The answer of a device command that names no unit, redirected into the temporary file of
-/// file_format; null on any failure.
-[[nodiscard]] JsonPtr device_answer(const char* file_format, const char* command);
+/// The device tool's answer to a read-only command (args: the command and its arguments),
+/// asked once per run; null on any failure.
+[[nodiscard]] JsonPtr device_answer(std::vector<std::string> args);
 /// The first element of an answer's "rpt" array; null without one.
 [[nodiscard]] JsonPtr first_report(const JsonPtr& answer);
 /// The device list's "list" array (an empty one too); null when the tool fails or the

@@ -121,7 +121,7 @@ const json_t* battery_list(const JsonPtr& report) {
 }  // namespace
 
 JsonPtr devcmd_extpower() {
-  return first_report(device_answer(kExternalPowerFormat, "capwap_cli extpower_status"));
+  return first_report(device_answer({"extpower_status"}));
 }
 
 JsonPtr power_consumption_menu_items(const PanelLayout& layout) {

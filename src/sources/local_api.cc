@@ -1,13 +1,15 @@
 #include "sources/local_api.h"
 
+#include <chrono>
 #include <cstdlib>
 #include <new>
 #include <optional>
 #include <utility>
 
-#include "platform/json_command.h"
+#include "platform/command.h"
 #include "platform/numbers.h"
 #include "platform/os.h"
+#include "platform/reply_memo.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
 #include "platform/temp_file.h"
@@ -16,40 +18,69 @@
 namespace tavio {
 namespace {
 
+constexpr char kFetchTool[] = "wget_https";
 const char* const kDefaultHeaders = "WEB-ADMIN-ACCESS-MODE: RW\n";
-const char* const kJsonContentType = "Content-Type: application/json\n";
+const char* const kJsonHeaders = "WEB-ADMIN-ACCESS-MODE: RW\nContent-Type: application/json\n";
 constexpr int kDefaultPort = 80;
-constexpr int kToolTimeoutSeconds = 10;
+/// The fetch tool gives up on the API by itself after this many seconds ("-T").
+constexpr int kFetchTimeoutSeconds = 10;
+/// tavio waits for the fetch tool its own time-out plus a margin to start and save the reply.
+constexpr std::chrono::seconds kFetchDeadline{kFetchTimeoutSeconds + 2};
 
 int g_cached_port = -1;
-
-// The command's router paths carry the root prefix; the command keeps its router capacity
-// plus room for the prefixes.
-std::size_t command_capacity(int paths) {
-  return kLongTextCapacity + root_prefix().size() * static_cast<std::size_t>(paths);
-}
-
-// "(wget_https -T 10 [-f BODY] -e HEADERS [-O OUTPUT] URL) > /dev/null 2>&1"; the files left
-// out are null.
-std::string fetch_command(const TempFile* input, const TempFile& header, const HostPath* output,
-                          const char* api_path) {
-  const std::string base = api_base_url(kPathCapacity);
-  TextBuffer command(command_capacity(1 + (input != nullptr) + (output != nullptr)));
-  command.appendf("(wget_https -T %d", kToolTimeoutSeconds);
-  if (input != nullptr) {
-    command.appendf(" -f %s", input->path().c_str());
-  }
-  command.appendf(" -e %s", header.path().c_str());
-  if (output != nullptr) {
-    command.appendf(" -O %s", output->c_str());
-  }
-  command.appendf(" %s/%s) > /dev/null 2>&1", base.c_str(), api_path);
-  return command.str();
-}
 
 // Headers and bodies are never empty: an empty text fails the call before anything runs.
 bool write_request_file(TempFile& file, const char* text) {
   return text != nullptr && text[0] != '\0' && file.write(text);
+}
+
+// "wget_https -T 10 [-f BODY] -e HEADERS [-O OUTPUT] URL"; the files left out are null.
+Command fetch_command(const TempFile* input, const TempFile& header, const TempFile* output,
+                      std::string_view path, std::string_view query) {
+  Command command{kFetchTool, {"-T", std::to_string(kFetchTimeoutSeconds)}};
+  if (input != nullptr) {
+    command.args.insert(command.args.end(), {"-f", input->path().str()});
+  }
+  command.args.insert(command.args.end(), {"-e", header.path().str()});
+  if (output != nullptr) {
+    command.args.insert(command.args.end(), {"-O", output->path().str()});
+  }
+  std::string url = api_base_url(kPathCapacity);
+  url.append("/").append(path).append(query);
+  command.args.push_back(std::move(url));
+  command.deadline = kFetchDeadline;
+  return command;
+}
+
+// One call: the reply document when the tool succeeded and saved JSON with a "response".
+JsonPtr fetch(std::string_view path, std::string_view query, const char* headers,
+              const char* body) {
+  TempFile header(kApiHeaderFormat);
+  if (!write_request_file(header, headers)) {
+    return nullptr;
+  }
+  std::optional<TempFile> input;
+  if (body != nullptr) {
+    input.emplace(kApiInputFormat);
+    if (!write_request_file(*input, body)) {
+      return nullptr;
+    }
+  }
+  TempFile output(kApiResultFormat);
+  output.clear_for_command();
+  if (!run_command(fetch_command(input ? &*input : nullptr, header, &output, path, query))) {
+    return nullptr;
+  }
+  JsonPtr root = output.load_json();
+  return json_object_get(root.get(), "response") != nullptr ? std::move(root) : nullptr;
+}
+
+ApiResultPtr result_of(JsonPtr root) {
+  if (!root) {
+    return nullptr;
+  }
+  json_t* response = json_object_get(root.get(), "response");
+  return ApiResultPtr(new (std::nothrow) ApiResult{std::move(root), response});
 }
 
 }  // namespace
@@ -72,46 +103,30 @@ std::string api_base_url(std::size_t capacity) {
   return format_text(capacity, "http://127.0.0.1:%d/api", api_port());
 }
 
-ApiResultPtr api_request(const char* body, const char* headers, const char* path) {
-  if (path == nullptr) {
-    return nullptr;
+ApiResultPtr api_read(std::string_view path, std::string_view query) {
+  ReplyKey key{kFetchTool, std::string(path).append(query)};
+  JsonPtr root;
+  if (!kept_reply(key, &root)) {
+    root = fetch(path, query, kDefaultHeaders, nullptr);
+    keep_reply(std::move(key), root);
   }
-  TempFile header(kApiHeaderFormat);
-  if (!write_request_file(header, headers == nullptr ? kDefaultHeaders : headers)) {
-    return nullptr;
-  }
-  std::optional<TempFile> input;
-  if (body != nullptr) {
-    input.emplace(kApiInputFormat);
-    if (!write_request_file(*input, body)) {
-      return nullptr;
-    }
-  }
-  JsonPtr root =
-      run_json_command(kApiResultFormat, ExitCheck::kRequireZero, [&](const HostPath& output) {
-        return fetch_command(input ? &*input : nullptr, header, &output, path);
-      });
-  json_t* response = json_object_get(root.get(), "response");
-  if (response == nullptr) {
-    return nullptr;
-  }
-  return ApiResultPtr(new (std::nothrow) ApiResult{std::move(root), response});
+  return result_of(std::move(root));
 }
 
-void api_result_free(ApiResultPtr result) { result.reset(); }
+ApiResultPtr api_post(std::string_view path, const char* body) {
+  forget_replies(kFetchTool);  // a change makes what was read before stale
+  return body == nullptr ? nullptr : result_of(fetch(path, "", kJsonHeaders, body));
+}
 
-int api_post_no_reply(const char* path, const char* body) {
+bool api_post_no_reply(std::string_view path, const char* body) {
+  forget_replies(kFetchTool);
   TempFile header(kApiHeaderFormat);
   TempFile input(kApiInputFormat);
-  if (!write_request_file(header, api_json_headers().c_str()) || !write_request_file(input, body)) {
-    return 0;
+  if (!write_request_file(header, kJsonHeaders) || !write_request_file(input, body)) {
+    return false;
   }
-  run_shell(fetch_command(&input, header, nullptr, path == nullptr ? "" : path));
-  return 1;  // the reply, and so the outcome, is not looked at
-}
-
-std::string api_json_headers() {
-  return format_text(kLongTextCapacity, "%s%s", kDefaultHeaders, kJsonContentType);
+  static_cast<void>(run_command(fetch_command(&input, header, nullptr, path, "")));
+  return true;  // the reply, and so the outcome, is not looked at
 }
 
 }  // namespace tavio

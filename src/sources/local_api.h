@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 #include "tavio/api_result.h"
 
@@ -15,16 +16,15 @@ namespace tavio {
 [[nodiscard]] int api_port();
 /// "http://127.0.0.1:PORT/api" cut to capacity - 1 characters.
 [[nodiscard]] std::string api_base_url(std::size_t capacity);
-/// Calls path (with its query) behind the base URL; a body makes it a POST. Null headers mean
-/// the default access header. Nothing on any failure; no temporary file outlives the call.
-[[nodiscard]] ApiResultPtr api_request(const char* body, const char* headers, const char* path);
-/// Releases a result and its reply. Null is ignored.
-void api_result_free(ApiResultPtr result);
-/// Posts body to path with the JSON headers and keeps no reply; 1 once the post was started,
-/// 0 when its files could not be written.
-int api_post_no_reply(const char* path, const char* body);
-/// The header text of a JSON POST: the access header and the JSON content type.
-[[nodiscard]] std::string api_json_headers();
+/// Reads an API path; query follows it as the API spells it ("?id=2", "&infoType=cpuLoad",
+/// "?lite=no&id=3", "" for none). A read is fetched once per run and its reply reused.
+/// Nothing on any failure; no temporary file outlives the call.
+[[nodiscard]] ApiResultPtr api_read(std::string_view path, std::string_view query = "");
+/// Posts a JSON body to path and returns the reply; nothing on any failure.
+[[nodiscard]] ApiResultPtr api_post(std::string_view path, const char* body);
+/// Posts a JSON body to path and keeps no reply; true once the post was started, false when
+/// its files could not be written.
+bool api_post_no_reply(std::string_view path, const char* body);
 
 }  // namespace tavio
 

@@ -74,8 +74,7 @@ std::string prefix_to_mask(int length) {
 }
 
 std::optional<LanAddress> lan_address_get() {
-  const std::string path = format_text(kPathCapacity, "status.lan.profile\\&id=%d", 0);
-  const ApiResultPtr result = api_request(nullptr, nullptr, path.c_str());
+  const ApiResultPtr result = api_read("status.lan.profile", "&id=0");
   if (!result) {
     return std::nullopt;
   }

@@ -51,7 +51,7 @@ std::string port_speed_text(const char* speed) {
 }
 
 JsonPtr front_panel_ports() {
-  const ApiResultPtr result = api_request(nullptr, nullptr, "config.port.frontPanel");
+  const ApiResultPtr result = api_read("config.port.frontPanel");
   if (!result) {
     return nullptr;
   }
@@ -90,9 +90,9 @@ int port_shown_as_lan(const json_t* panel_ports, const json_t* wan, int port) {
 
 std::optional<PortStatusList> port_status_collect(const char* id_text) {
   const bool one = id_text != nullptr && id_text[0] != '\0';
-  const std::string path = format_text(kPathCapacity, "status.port?lite=no%s%s",
-                                       one ? "\\&id=" : "", one ? id_text : "");
-  const ApiResultPtr result = api_request(nullptr, nullptr, path.c_str());
+  const std::string query = format_text(kPathCapacity, "?lite=no%s%s", one ? "&id=" : "",
+                                        one ? id_text : "");
+  const ApiResultPtr result = api_read("status.port", query);
   if (!result) {
     return std::nullopt;
   }

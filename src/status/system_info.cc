@@ -65,7 +65,7 @@ std::optional<std::string> render_system_time(const PanelLayout& layout) {
 
 std::optional<std::string> render_cpu_load(const PanelLayout& layout) {
   const ApiResultPtr result =
-      api_request(nullptr, nullptr, "status.system.info\\&infoType=cpuLoad");
+      api_read("status.system.info", "&infoType=cpuLoad");
   if (!result) {
     return std::nullopt;
   }
@@ -79,7 +79,7 @@ std::optional<std::string> render_cpu_load(const PanelLayout& layout) {
 }
 
 std::optional<DeviceInfo> device_info_collect() {
-  const ApiResultPtr result = api_request(nullptr, nullptr, "status.system.info\\&infoType=device");
+  const ApiResultPtr result = api_read("status.system.info", "&infoType=device");
   if (!result) {
     return std::nullopt;
   }

@@ -18,7 +18,7 @@ enum class Figure { kDownload, kUpload, kBothWays };
 //  Cellular:      300Kbps
 std::optional<std::string> render_traffic(const char* section_name, Figure figure,
                                           const PanelLayout& layout) {
-  const ApiResultPtr result = api_request(nullptr, nullptr, "status.traffic");
+  const ApiResultPtr result = api_read("status.traffic");
   if (!result) {
     return std::nullopt;
   }

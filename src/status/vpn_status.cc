@@ -46,7 +46,7 @@ int peer_secure(const json_t* peers, int profile_id) {
 }  // namespace
 
 std::optional<VpnStatusList> vpn_status_collect() {
-  const ApiResultPtr result = api_request(nullptr, nullptr, "status.korvpn");
+  const ApiResultPtr result = api_read("status.korvpn");
   if (!result) {
     return std::nullopt;
   }

@@ -101,9 +101,10 @@ void render_one(const WanStatus& wan, const PanelLayout& layout, TextBuffer& tex
 
 std::optional<WanStatusList> wan_status_collect(const char* id_text) {
   const bool one = id_text != nullptr && id_text[0] != '\0';
+  // The path and its query are cut together, like the router's path buffer.
   const std::string path = format_text(kPathCapacity, "%s%s%s", "status.wan.connection",
                                        one ? "?id=" : "", one ? id_text : "");
-  const ApiResultPtr result = api_request(nullptr, nullptr, path.c_str());
+  const ApiResultPtr result = api_read(path);
   if (!result) {
     return std::nullopt;
   }

@@ -13,7 +13,7 @@ namespace {}  // namespace
 
 std::optional<std::string> remote_assist_get() {
   const ApiResultPtr result =
-      api_request(nullptr, nullptr, "status.system.info\\&infoType=remoteAssistance");
+      api_read("status.system.info", "&infoType=remoteAssistance");
   if (!result) {
     return std::nullopt;
   }
@@ -26,7 +26,7 @@ std::optional<std::string> remote_assist_get() {
 }
 
 WifiApState wifi_ap_support() {
-  const ApiResultPtr result = api_request(nullptr, nullptr, "cmd.ap");
+  const ApiResultPtr result = api_read("cmd.ap");
   if (!result || !json_is_true(json_object_get(result->response, "support"))) {
     return WifiApState::kUnsupported;
   }

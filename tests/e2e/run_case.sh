@@ -161,30 +161,19 @@ if [[ -f $case_dir/uptime ]]; then
   export ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}detect_leaks=0
 fi
 
-# --- the run ----------------------------------------------------------------------------
+# --- the run ---------------------------------------------------------------------------
 cd "$work"
-# tavio's process id, as the launcher's: it execs the emulator (if any), which execs tavio or
-# runs it in its own process, as valgrind and qemu-arm do.
-# shellcheck disable=SC2016  # expanded by the launcher
-launch=(sh -c 'echo $$ >"$0" && exec "$@"' "$work/pid")
-# Background commands that tavio starts ("(...)&") outlive it: every process of the run holds
-# the write end of a pipe, and the run is over when the last one has closed it (at most the
-# case's settle seconds, 15 without a settle file, after tavio itself ended).
-mkfifo "$work/alive"
+# Background actions that tavio starts run on in a detached process after it exits: the run is
+# over when the last process it started has ended (at most the case's settle seconds, 15
+# without a settle file, after tavio itself ended). tavio's process id goes into the pid file:
+# the emulator, if any, execs tavio or runs it in its own process, as valgrind and qemu-arm do.
 settle=15
 [[ -f $case_dir/settle ]] && settle=$(<"$case_dir/settle")
-cat "$work/alive" >/dev/null &
-alive_reader=$!
 set +e
-"${uptime_hook[@]}" "${launch[@]}" "${clock[@]}" "${emulator[@]}" "$binary" "${args[@]}" \
-  >"$work/stdout" 2>"$work/stderr" </dev/null 9>"$work/alive"
+"${uptime_hook[@]}" python3 "$repo/tests/e2e/await_all.py" "$settle" "$work/pid" \
+  "${clock[@]}" "${emulator[@]}" "$binary" "${args[@]}" \
+  >"$work/stdout" 2>"$work/stderr" </dev/null
 status=$?
-for ((waited = 0; waited < settle * 10; waited++)); do
-  kill -0 "$alive_reader" 2>/dev/null || break
-  sleep 0.1
-done
-kill "$alive_reader" 2>/dev/null
-wait "$alive_reader" 2>/dev/null
 set -e
 [[ -s $work/pid ]] || die "$name: tavio was not started (exit status $status)"
 pid=$(<"$work/pid")

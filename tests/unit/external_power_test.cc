@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/reply_memo.h"
 #include "temp_root.h"
 
 namespace tavio {
@@ -46,6 +47,7 @@ class ExternalPowerTest : public tavio_test::TempRootTest {
   void answer_document(const std::string& document, int status = 0) {
     root_.write("/answer.json", document);
     root_.write("/exit_status", std::to_string(status));
+    forget_replies("");  // each answer stands for a run of its own
   }
   // A well-formed answer; report is the members of its one report.
   void answer(const std::string& report) { answer_document(R"({"rpt":[{)" + report + "}]}"); }

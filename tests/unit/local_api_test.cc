@@ -1,7 +1,8 @@
 // The local API client against a stand-in wget_https first on PATH: the parts no end-to-end
 // case reaches (the default port, failures after the tool wrote a reply, request files that
-// cannot be written, a failing tool behind a post without reply), and that no temporary file
-// outlives a call. Links planted at the temporary names are temp_file_test's.
+// cannot be written, a failing tool behind a post without reply, replies reused within a run),
+// and that no temporary file outlives a call. Links planted at the temporary names are
+// temp_file_test's.
 #include "sources/local_api.h"
 
 #include <gtest/gtest.h>
@@ -10,6 +11,7 @@
 #include <algorithm>
 #include <string>
 
+#include "platform/reply_memo.h"
 #include "platform/text_buffer.h"
 #include "temp_root.h"
 
@@ -92,24 +94,44 @@ TEST_F(LocalApiTest, FailuresGiveNothingAndLeaveNoFiles) {
       root_.write("/reply.json", c.reply);
     }
     root_.write("/exit_status", std::to_string(c.status));
-    EXPECT_FALSE(api_request(nullptr, nullptr, "status.wan.connection?id=1"));
-    EXPECT_FALSE(api_request("{}", api_json_headers().c_str(), "system.action"));
+    forget_replies("");  // each case asks afresh
+    EXPECT_FALSE(api_read("status.wan.connection", "?id=1"));
+    EXPECT_FALSE(api_post("system.action", "{}"));
     expect_no_files();
   }
   EXPECT_EQ(calls(), 8u);
 }
 
-TEST_F(LocalApiTest, NothingRunsWithoutPathOrWritableFiles) {
-  EXPECT_FALSE(api_request(nullptr, nullptr, nullptr));
-  // Empty header or body texts are not written: the files made before them go again.
-  EXPECT_FALSE(api_request(nullptr, "", "status.wan.connection?id=1"));
-  EXPECT_FALSE(api_request("", nullptr, "system.action"));
-  EXPECT_EQ(api_post_no_reply("cmd.system.reboot", ""), 0);
+// A read is fetched once per run, failed or not; a change makes every read afresh.
+TEST_F(LocalApiTest, ReadsAreFetchedOncePerRunUntilAChange) {
+  root_.write("/reply.json", "{\"response\": {\"a\": 1}}");
+  for (int i = 0; i < 3; ++i) {
+    const ApiResultPtr result = api_read("status.system.info", "&infoType=cpuLoad");
+    ASSERT_TRUE(result);
+    EXPECT_EQ(json_integer_value(json_object_get(result->response, "a")), 1);
+  }
+  EXPECT_TRUE(api_read("status.system.info", "&infoType=device"));
+  EXPECT_EQ(calls(), 2u);
+  EXPECT_TRUE(api_post("system.action", "{}"));
+  EXPECT_TRUE(api_read("status.system.info", "&infoType=cpuLoad"));
+  EXPECT_EQ(calls(), 4u);
+  // The query reaches the tool as it is: no escape in front of "&".
+  EXPECT_NE(root_.read("/wget.log")->find("/api/status.system.info&infoType=cpuLoad\n"),
+            std::string::npos);
+  expect_no_files();
+}
+
+TEST_F(LocalApiTest, NothingRunsWithoutWritableFiles) {
+  // Empty bodies are not written: the files made before them go again.
+  EXPECT_FALSE(api_post("system.action", ""));
+  EXPECT_FALSE(api_post("system.action", nullptr));
+  EXPECT_FALSE(api_post_no_reply("cmd.system.reboot", ""));
   expect_no_files();
   // The run directory belongs to the system; it is never created here.
   ::rmdir(root_.host(kRunDir).c_str());
-  EXPECT_FALSE(api_request(nullptr, nullptr, "status.wan.connection?id=1"));
-  EXPECT_EQ(api_post_no_reply("cmd.system.reboot", "{\"enable\":true}"), 0);
+  forget_replies("");
+  EXPECT_FALSE(api_read("status.wan.connection", "?id=1"));
+  EXPECT_FALSE(api_post_no_reply("cmd.system.reboot", "{\"enable\":true}"));
   EXPECT_FALSE(root_.exists(kRunDir));
   EXPECT_EQ(calls(), 0u);
 }
@@ -117,7 +139,7 @@ TEST_F(LocalApiTest, NothingRunsWithoutPathOrWritableFiles) {
 // The reply is not looked at, so a failing tool still counts as sent.
 TEST_F(LocalApiTest, PostWithoutReplySucceedsEvenWhenToolFails) {
   root_.write("/exit_status", "1");
-  EXPECT_EQ(api_post_no_reply("cmd.system.reboot", "{\"enable\":true}"), 1);
+  EXPECT_TRUE(api_post_no_reply("cmd.system.reboot", "{\"enable\":true}"));
   EXPECT_EQ(calls(), 1u);
   expect_no_files();
 }

@@ -1,17 +1,19 @@
 // Temporary files of a run: whatever is found at the name beforehand (a stale file, a planted
 // link to a file elsewhere, a link to nothing) is never written through, and nothing is left
-// at the name afterwards, whatever the command did. Every user of TempFile and
-// run_json_command (the local API's request and reply files, the device tools' answers)
-// relies on this one place.
+// at the name afterwards, whatever the tool did. The local API's request and reply files rely
+// on this one place.
 #include "platform/temp_file.h"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <string>
+#include <vector>
 
-#include "platform/json_command.h"
 #include "temp_root.h"
 
 namespace tavio {
@@ -72,45 +74,44 @@ TEST_F(TempFileTest, FreshPrivateFilesWhateverWasAtTheName) {
     }
     expect_untouched_and_gone();
 
-    // A command writing its output through a shell redirection, which follows links.
+    // A tool writing the file itself (wget_https -O), which follows links.
     plant(before, name(".json"));
-    const JsonPtr document =
-        run_json_command(kJsonFormat, ExitCheck::kRequireZero,
-                         [](const HostPath& output) { return "printf '[1]' > " + output.str(); });
-    EXPECT_TRUE(json_is_array(document.get()));
+    {
+      TempFile file(kJsonFormat);
+      file.clear_for_command();
+      ASSERT_EQ(std::system(("printf '[1]' > " + file.path().str()).c_str()), 0);
+      EXPECT_TRUE(json_is_array(file.load_json().get()));
+    }
     expect_untouched_and_gone();
   }
 }
 
-// FILE in a command stands for the temporary file's path.
-TEST_F(TempFileTest, CommandOutcomesAndNoFileLeftOnAnyPath) {
-  const struct {
-    std::string command;
-    ExitCheck check;
-    bool loaded;
-  } cases[] = {
-      {"printf '{\"a\":1}' > FILE", ExitCheck::kRequireZero, true},
-      {"printf '{\"a\":1}' > FILE; exit 3", ExitCheck::kRequireZero, false},
-      {"printf '{\"a\":1}' > FILE; exit 3", ExitCheck::kIgnore, true},
-      {"exit 3", ExitCheck::kIgnore, false},
-      {"printf 'not json' > FILE", ExitCheck::kRequireZero, false},
-      {"printf '' > FILE", ExitCheck::kIgnore, false},
-      // A link the command leaves at the name is not read through.
-      {"ln -s " + root_.host(kVictim) + " FILE", ExitCheck::kRequireZero, false},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.command);
-    const JsonPtr document = run_json_command(kJsonFormat, c.check, [&](const HostPath& output) {
-      std::string command = c.command;
-      const std::size_t at = command.find("FILE");
-      return at == std::string::npos ? command : command.replace(at, 4, output.str());
-    });
-    EXPECT_EQ(document != nullptr, c.loaded);
-    if (c.loaded) {
-      EXPECT_EQ(json_integer_value(json_object_get(document.get(), "a")), 1);
-    }
-    expect_untouched_and_gone();
+// Files of runs killed mid-call go with the next run; a living run's files and other files stay.
+TEST_F(TempFileTest, SweepRemovesOnlyTheFilesOfRunsThatAreGone) {
+  const pid_t dead = ::fork();
+  if (dead == 0) {
+    ::_exit(0);
   }
+  ASSERT_GT(dead, 0);
+  int ignored = 0;
+  ::waitpid(dead, &ignored, 0);
+  const std::string gone = std::to_string(dead);
+  const std::string living = std::to_string(::getppid());
+  const std::vector<std::string> swept = {"wget_ext_hdr_" + gone + ".txt",
+                                          "wget_result_" + gone + ".json",
+                                          "pmu_info_" + gone + ".json"};
+  const std::vector<std::string> kept = {"wget_result_" + living + ".json",
+                                         "panel_access_" + gone + ".status",
+                                         "wget_result_" + gone + ".json.bak", "wget_result_.json"};
+  for (const std::vector<std::string>* names : {&swept, &kept}) {
+    for (const std::string& file : *names) {
+      root_.write(std::string(kRunDir) + "/" + file, "x");
+    }
+  }
+  sweep_abandoned_temp_files();
+  std::vector<std::string> expected = kept;
+  std::sort(expected.begin(), expected.end());
+  EXPECT_EQ(root_.list(kRunDir), expected);
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "platform/os.h"
+#include "platform/reply_memo.h"
 
 namespace tavio_test {
 
@@ -84,7 +85,10 @@ class TempRoot {
 /// A test that runs under its own fresh root.
 class TempRootTest : public ::testing::Test {
  protected:
-  void SetUp() override { ASSERT_TRUE(root_.ok()) << "no temporary TAVIO_ROOT: " << root_.path(); }
+  void SetUp() override {
+    ASSERT_TRUE(root_.ok()) << "no temporary TAVIO_ROOT: " << root_.path();
+    tavio::forget_replies("");  // a test is a run of its own
+  }
   void TearDown() override {
     if (!saved_path_.empty()) {
       ::setenv("PATH", saved_path_.c_str(), 1);

@@ -1,0 +1,73 @@
+// Starting the router's tools: a command is a record (program, arguments, where its output
+// goes, its deadline), never a shell line, and only this module starts a process.
+//
+// Every tool tavio waits for runs in a process group of its own with a deadline; when the
+// deadline passes, the group is killed and reaped and the call fails as when the tool fails.
+// The exchange as a whole has a budget: once it is spent no further tool is started, so one
+// exchange never keeps the panel waiting much longer than the budget plus one deadline.
+#ifndef TAVIO_PLATFORM_COMMAND_H
+#define TAVIO_PLATFORM_COMMAND_H
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tavio {
+
+/// Where a command's standard output goes.
+enum class CommandOutput {
+  kDiscard,  ///< nowhere: standard input, output and error are /dev/null
+  kCapture,  ///< read back by tavio through a pipe, up to kMaxReplyBytes; errors stay tavio's
+};
+
+/// Whether tavio waits for a command or leaves it running after the response is written.
+enum class CommandStart {
+  kWait,    ///< run_command: tavio waits, at most the deadline
+  kDetach,  ///< run_detached: a step of a detached sequence; tavio never waits for it
+};
+
+/// One run of a router tool.
+struct Command {
+  std::string program;            ///< looked up through PATH as the shell does, or a path
+  std::vector<std::string> args;  ///< the arguments behind the program name, each one word
+  CommandOutput output = CommandOutput::kDiscard;
+  CommandStart start = CommandStart::kWait;
+  std::chrono::milliseconds deadline{0};  ///< how long tavio waits (kWait only)
+};
+
+/// The time after tavio's start past which no further tool is started: a panel that asks
+/// every few seconds gets an answer, late or partial, rather than a run that never ends.
+constexpr std::chrono::seconds kExchangeBudget{20};
+
+/// Starts the exchange's clock; call once, first thing in a run.
+void start_exchange_clock();
+
+/// Runs a command (start kWait) and waits for it. The standard output read back ("" unless
+/// kCapture) when the tool ended with exit status 0 within its deadline and the reply bound;
+/// nothing when it could not start (missing from PATH, budget spent), failed, or ran past its
+/// deadline or the bound (then it and its process group are killed and reaped first).
+[[nodiscard]] std::optional<std::string> run_command(const Command& command);
+
+/// Starts steps (start kDetach) one after another, each after the previous one ended, in a
+/// detached process of its own session that keeps none of tavio's descriptors; returns at
+/// once. False when nothing could be started.
+bool run_detached(const std::vector<Command>& steps);
+
+/// What starts commands: the operating system, or a test harness that answers them itself.
+struct CommandRunner {
+  std::optional<std::string> (*run)(const Command& command);
+  bool (*detach)(const std::vector<Command>& steps);
+};
+/// Lets a test harness answer every command (a fuzz target serves the tools' replies from its
+/// input); null puts the operating system back. tavio itself always uses the system.
+void replace_command_runner(const CommandRunner* runner);
+
+/// Makes a run end cleanly when its reader or its caller goes away: a closed standard output
+/// no longer kills tavio mid-write, and a termination signal kills the tool being waited for
+/// before tavio ends. Call once at start-up.
+void install_run_signals();
+
+}  // namespace tavio
+
+#endif

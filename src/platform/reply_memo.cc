@@ -1,0 +1,46 @@
+#include "platform/reply_memo.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tavio {
+namespace {
+
+struct KeptReply {
+  ReplyKey key;
+  JsonPtr reply;
+};
+
+// A run asks a few dozen calls at most: a list searched in order is all it takes.
+std::vector<KeptReply>& kept() {
+  static std::vector<KeptReply> replies;
+  return replies;
+}
+
+}  // namespace
+
+bool kept_reply(const ReplyKey& key, JsonPtr* reply) {
+  for (const KeptReply& entry : kept()) {
+    if (entry.key == key) {
+      *reply = entry.reply ? json_share(entry.reply.get()) : nullptr;
+      return true;
+    }
+  }
+  return false;
+}
+
+void keep_reply(ReplyKey key, const JsonPtr& reply) {
+  kept().push_back({std::move(key), reply ? json_share(reply.get()) : nullptr});
+}
+
+void forget_replies(const std::string& tool) {
+  std::vector<KeptReply>& replies = kept();
+  replies.erase(std::remove_if(replies.begin(), replies.end(),
+                               [&](const KeptReply& entry) {
+                                 return tool.empty() ||
+                                        (!entry.key.empty() && entry.key[0] == tool);
+                               }),
+                replies.end());
+}
+
+}  // namespace tavio

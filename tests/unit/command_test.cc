@@ -1,0 +1,148 @@
+// Starting tools: exact arguments, output read back within its bound, deadlines that kill the
+// whole process group, and background sequences that run in order after their caller moved on
+// and hold none of its descriptors. The programs here are small sh scripts standing in for the
+// router's tools; none of them can change the machine.
+#include "platform/command.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <fstream>
+#include <string>
+#include <thread>
+
+#include "temp_root.h"
+
+namespace tavio {
+namespace {
+
+using std::chrono::milliseconds;
+using Clock = std::chrono::steady_clock;
+
+Command sh(const std::string& script, CommandOutput output = CommandOutput::kCapture,
+           milliseconds deadline = milliseconds(5000)) {
+  Command command{"sh", {"-c", script}, output};
+  command.deadline = deadline;
+  return command;
+}
+
+// True once process pid is gone (reaped by whoever its parent is), within about two seconds.
+bool gone(pid_t pid) {
+  for (int i = 0; i < 200; ++i) {
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    std::string line;
+    bool zombie = false;
+    while (std::getline(status, line)) {
+      zombie = zombie || line.rfind("State:\tZ", 0) == 0;
+    }
+    if (!status.is_open() && ::kill(pid, 0) != 0) {
+      return true;
+    }
+    if (zombie) {
+      return true;  // dead; its new parent reaps it
+    }
+    std::this_thread::sleep_for(milliseconds(10));
+  }
+  return false;
+}
+
+std::string read_text(const std::string& path) {
+  std::ifstream in(path);
+  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+TEST(Command, OutcomesOfWaitedTools) {
+  const struct {
+    const char* what;
+    Command command;
+    std::optional<std::string> expected;
+  } cases[] = {
+      {"output read back", sh("printf 'answer'"), "answer"},
+      {"output discarded", sh("printf 'answer'", CommandOutput::kDiscard), ""},
+      {"non-zero exit", sh("printf 'answer'; exit 3"), std::nullopt},
+      {"killed by a signal", sh("kill -9 $$"), std::nullopt},
+      {"missing from PATH", Command{"tavio-no-such-tool", {}, CommandOutput::kCapture},
+       std::nullopt},
+      {"standard input is empty", sh("cat"), ""},
+      {"output at the reply bound", sh("head -c 1048576 /dev/zero"), std::string(1048576, '\0')},
+      {"output past the reply bound", sh("head -c 1048577 /dev/zero"), std::nullopt},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    EXPECT_EQ(run_command(c.command), c.expected);
+  }
+}
+
+TEST(Command, EachArgumentArrivesExactlyAsOneWord) {
+  const std::vector<std::string> texts = {"a;reboot",  "$(reboot)", "`reboot`", "a b", "a'b\"c",
+                                          "a\nreboot", "*",         "~root",    "x&y", ""};
+  Command command{"printf", {"[%s]"}, CommandOutput::kCapture};
+  command.deadline = milliseconds(5000);
+  std::string expected;
+  for (const std::string& text : texts) {
+    command.args.push_back(text);
+    expected += "[" + text + "]";
+  }
+  EXPECT_EQ(run_command(command), expected);
+}
+
+// A tool that never ends, or writes without end, is stopped with everything it started.
+TEST(Command, DeadlineAndBoundKillTheWholeGroup) {
+  tavio_test::TempRoot root;
+  ASSERT_TRUE(root.ok());
+  const std::string pid_file = root.host("/helper.pid");
+  const struct {
+    const char* what;
+    std::string script;
+  } cases[] = {
+      {"never answers", "sleep 60 & echo $! > " + pid_file + "; wait"},
+      {"writes without end", "sleep 60 & echo $! > " + pid_file + "; yes"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    const Clock::time_point start = Clock::now();
+    EXPECT_EQ(run_command(sh(c.script, CommandOutput::kCapture, milliseconds(300))), std::nullopt);
+    EXPECT_LT(Clock::now() - start, milliseconds(3000));
+    const pid_t helper = std::stoi(read_text(pid_file));
+    EXPECT_TRUE(gone(helper)) << "the tool's own child outlived it";
+  }
+}
+
+// A tool that ends but leaves a child holding its output is not waited for beyond its end.
+TEST(Command, EndsWithTheToolNotWithWhatItLeftRunning) {
+  const Clock::time_point start = Clock::now();
+  EXPECT_EQ(run_command(sh("sleep 60 & printf done")), "done");
+  EXPECT_LT(Clock::now() - start, milliseconds(3000));
+}
+
+TEST(Command, DetachedStepsRunInOrderAfterTheCallerMovedOn) {
+  tavio_test::TempRoot root;
+  ASSERT_TRUE(root.ok());
+  const std::string log = root.host("/steps.log");
+  // A descriptor the caller holds open: the detached process must not keep it.
+  int watch[2];
+  ASSERT_EQ(::pipe(watch), 0);
+  const Clock::time_point start = Clock::now();
+  ASSERT_TRUE(run_detached({
+      {"sh",
+       {"-c", "sleep 0.3; echo one >> " + log},
+       CommandOutput::kDiscard,
+       CommandStart::kDetach},
+      {"sh", {"-c", "echo two >> " + log}, CommandOutput::kDiscard, CommandStart::kDetach},
+  }));
+  EXPECT_LT(Clock::now() - start, milliseconds(250)) << "the caller waited for the steps";
+  ::close(watch[1]);
+  char byte = 0;
+  EXPECT_EQ(::read(watch[0], &byte, 1), 0) << "the detached process kept a descriptor";
+  ::close(watch[0]);
+  for (int i = 0; i < 300 && read_text(log) != "one\ntwo\n"; ++i) {
+    std::this_thread::sleep_for(milliseconds(10));
+  }
+  EXPECT_EQ(read_text(log), "one\ntwo\n");
+}
+
+}  // namespace
+}  // namespace tavio
