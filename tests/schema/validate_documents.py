@@ -117,6 +117,8 @@ class Documents:
 
     def errors(self, document, kind):
         """What is wrong with document as a document of kind (nothing when it is valid)."""
+        if kind is None:
+            return ["its \"type\" names no document tavio reads or writes"]
         if kind not in self.validators:
             return ["%r is not a document kind tavio knows" % (kind,)]
         found = sorted(self.validators[kind].iter_errors(document),
@@ -130,7 +132,8 @@ class Documents:
         """Counts a valid document; raises SchemaViolation for one that is not."""
         problems = self.errors(document, kind)
         if problems:
-            raise SchemaViolation("%s is not a valid %s: %s" % (name, kind, "; ".join(problems)))
+            raise SchemaViolation("%s is not a valid %s: %s" % (
+                name, kind or "document", "; ".join(problems)))
         self.counts[kind] += 1
 
     def check_exchange(self, request, response):
