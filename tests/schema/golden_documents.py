@@ -25,6 +25,7 @@ import sys
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, HERE)
+sys.dont_write_bytecode = True  # nothing written into the source tree
 import validate_documents  # noqa: E402  pylint: disable=wrong-import-position
 
 CASES = os.path.normpath(os.path.join(HERE, "..", "e2e", "cases"))

@@ -23,6 +23,7 @@ import time
 
 REPO = os.path.normpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
 sys.path.insert(0, os.path.join(REPO, "tests", "schema"))
+sys.dont_write_bytecode = True  # nothing written into the source tree
 import validate_documents  # noqa: E402  every request and response against schemas/
 LIVE_BIN = os.path.join(REPO, "sim", "live-bin")
 SIMCTL = os.path.join(REPO, "sim", "simulator", "simctl")
