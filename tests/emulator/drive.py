@@ -22,7 +22,9 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 REPO = os.path.abspath(os.path.join(HERE, "..", ".."))
 STATUS = r"^{} \d+ ms, \d+ tools?$"
 sys.path.insert(0, os.path.join(REPO, "tools", "panel_emulator"))
+sys.path.insert(0, os.path.join(REPO, "tests", "schema"))
 sys.dont_write_bytecode = True
+import validate_documents  # noqa: E402  the walk's documents against schemas/
 
 
 class Failure(Exception):
@@ -59,6 +61,7 @@ class WalkDriver:
         self.environment = exchange.Environment(tavio=options.tavio, root=root,
                                                 bin_dir=options.bin)
         self.panel = cli.make_panel(options, self.environment, self.clock)
+        self.panel.tavio.check = self.documents.check_exchange
         self.panel.start()
         self.picture = panel.picture
 
@@ -165,6 +168,7 @@ def main():
     work = tempfile.mkdtemp(prefix="emulator-test.")
     driver = WalkDriver() if mode == "walk" else TerminalDriver(work)
     driver.tavio = tavio
+    driver.documents = validate_documents.Documents() if mode == "walk" else None
     root, checks = None, 0
     try:
         for number, word, rest in scenario():
@@ -197,13 +201,14 @@ def main():
             else:
                 raise Failure(f"{where}: unknown step")
             checks += word in ("expect", "contains", "status", "polls")
-    except (Failure, subprocess.CalledProcessError) as error:
+    except (Failure, subprocess.CalledProcessError, validate_documents.SchemaViolation) as error:
         print(f"FAIL {mode}: {error}")
         return 1
     finally:
         driver.stop()
         shutil.rmtree(work, ignore_errors=True)
-    print(f"{mode}: {checks} checks passed")
+    print(f"{mode}: {checks} checks passed" + (
+        f", {driver.documents.summary()}" if driver.documents else ""))
     return 0
 
 

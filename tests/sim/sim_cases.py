@@ -22,6 +22,9 @@ import tempfile
 import time
 
 REPO = os.path.normpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
+sys.path.insert(0, os.path.join(REPO, "tests", "schema"))
+sys.dont_write_bytecode = True  # nothing written into the source tree
+import validate_documents  # noqa: E402  every request and response against schemas/
 LIVE_BIN = os.path.join(REPO, "sim", "live-bin")
 SIMCTL = os.path.join(REPO, "sim", "simulator", "simctl")
 SCENARIO = os.path.join(REPO, "tests", "sim", "scenario.json")
@@ -113,6 +116,7 @@ class Run:
         self.root = os.path.join(work, "root")
         self.log = os.path.join(work, "standin.log")
         self.failures = 0
+        self.documents = validate_documents.Documents()
         self.env = dict(os.environ, TAVIO_ROOT=self.root, TAVIO_STANDIN_LOG=self.log,
                         PATH=LIVE_BIN + os.pathsep + os.environ.get("PATH", ""))
         self.env.pop("TAVIO_SIM_API_DOWN", None)
@@ -148,7 +152,9 @@ class Run:
                        timeout=60, check=True)
         self.elapsed = time.monotonic() - started
         with open(out_file, encoding="utf-8") as handle:
-            return json.load(handle)["resp"]
+            response = json.load(handle)
+        self.documents.check_exchange(request, response)
+        return response["resp"]
 
     def step(self, kind, *args):
         if kind == "ctl":
@@ -234,7 +240,7 @@ def main(argv):
             shutil.rmtree(work, ignore_errors=True)
     if run.failures:
         return 1
-    print("PASS %s" % name)
+    print("PASS %s: %s" % (name, run.documents.summary()))
     return 0
 
 

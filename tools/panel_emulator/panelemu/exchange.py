@@ -118,6 +118,7 @@ class Tavio:
         self.panel_type = panel_type
         self.keypad = keypad
         self.history = []
+        self.check = None  # if set, called with (request or None, response or None) each time
 
     def panel_options(self):
         options = []
@@ -138,10 +139,11 @@ class Tavio:
         response = os.path.join(work, "response.json")
         # A cross-built tavio runs under its emulator (TAVIO_EMULATOR, e.g. "qemu-arm -L ...").
         argv = shlex.split(os.environ.get("TAVIO_EMULATOR", "")) + [self.environment.tavio]
+        sent = None if body is None else {"type": kind, "req": body}
         if body is not None:
             request = os.path.join(work, "request.json")
             with open(request, "w", encoding="utf-8") as f:
-                json.dump({"type": kind, "req": body}, f)
+                json.dump(sent, f)
             argv += ["-i", request]
         argv += ["-o", response] + self.panel_options()
         # tavio leaves an old response in place when it has nothing new to write.
@@ -163,4 +165,6 @@ class Tavio:
                 document = None
         record = Exchange(kind, seconds, tools, document is not None, lines[-1] if lines else "")
         self.history.append(record)
+        if self.check is not None:
+            self.check(sent, document)
         return document, record
