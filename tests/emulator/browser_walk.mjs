@@ -44,9 +44,11 @@ async function grid(page) {
   await page.evaluate(() => busy);  // every key sent has been answered and drawn
   const rows = await page.$$eval("#grid .row", nodes =>
     nodes.map(node => [node.textContent, node.classList.contains("cursor")]));
+  const below = await page.$$eval("#grid #more:not([hidden])", nodes => nodes.length > 0);
   const width = rows.length ? rows[0][0].length : 0;
   const rule = " +" + "-".repeat(width) + "+";
-  return [rule, ...rows.map(([text, marked]) => (marked ? ">" : " ") + "|" + text + "|"), rule];
+  const bottom = below ? rule.slice(0, -2) + "v+" : rule;  // as panelemu.panel.picture draws it
+  return [rule, ...rows.map(([text, marked]) => (marked ? ">" : " ") + "|" + text + "|"), bottom];
 }
 
 async function main() {
