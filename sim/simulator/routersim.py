@@ -33,7 +33,9 @@ import signal
 import sys
 import threading
 import time
+from dataclasses import dataclass, field
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
+from typing import Callable, Optional
 from urllib.parse import parse_qs, urlsplit
 
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -84,6 +86,129 @@ def example_api(router):
     return api
 
 
+@dataclass
+class Unit:
+    """A power unit: its device-list entry (iotdevlist, and its "devinfo" for iotdevinfo),
+    its status report (iotstatus's rpt[0]; None: it reports none) and whether it answers."""
+    sn: str
+    entry: dict
+    report: Optional[dict] = None
+    answering: bool = True
+    only_with: Optional[str] = None  # listed only while the fault of this name is on
+
+    @classmethod
+    def load(cls, document):
+        """A unit from its JSON record ({"sn", "entry", "report", "answering"})."""
+        if not isinstance(document, dict) or not isinstance(document.get("sn"), str) \
+                or not document["sn"]:
+            raise SimError("a unit needs a serial \"sn\"")
+        serial = document["sn"]
+        entry = document.get("entry", {
+            "prod": "RQ-PWRU", "sn": serial,
+            "devinfo": {"serial_num": serial, "attr": {"port_num": "1"}}})
+        report = document.get("report")
+        if not isinstance(entry, dict) or not (report is None or isinstance(report, dict)):
+            raise SimError("unit %r: \"entry\" must be an object, \"report\" an object or null"
+                           % serial)
+        return cls(serial, entry, report, bool(document.get("answering", True)))
+
+    def port_count(self):
+        ports = ((self.entry.get("devinfo") or {}).get("attr") or {}).get("port_num") or "0"
+        try:
+            return int(ports)
+        except (TypeError, ValueError):
+            return 0
+
+
+@dataclass
+class Fault:
+    """A fault the simulator switches on and off: its kind and its parameters ("delay",
+    "paths", "units", "serials", and whatever else a scenario notes down)."""
+    kind: str
+    on: bool = False
+    params: dict = field(default_factory=dict)
+    # The record's keys in the order it gave them (kind and on appended when it did not):
+    # the status shows a fault as it was written.
+    key_order: tuple = field(default=(), compare=False, repr=False)
+
+    @classmethod
+    def load(cls, name, document):
+        """The fault called name from its JSON record ({"kind": name, "on": false} when
+        empty); refused when its kind is unknown or its delay out of bounds."""
+        if not isinstance(document, dict):
+            raise SimError("fault %s: not an object" % name)
+        record = dict(document)
+        record.setdefault("kind", name)
+        record.setdefault("on", False)
+        if record["kind"] not in FAULT_KINDS:
+            raise SimError("fault %s: unknown kind %r (known: %s)"
+                           % (name, record["kind"], ", ".join(FAULT_KINDS)))
+        if record["kind"] == "slow":
+            try:
+                delay = float(record.setdefault("delay", 12))
+            except (TypeError, ValueError):
+                delay = -1.0
+            if not 0 <= delay <= MAX_DELAY:
+                raise SimError("fault %s: delay must lie within 0..%d s" % (name, MAX_DELAY))
+        params = {key: value for key, value in record.items() if key not in ("kind", "on")}
+        return cls(record["kind"], bool(record["on"]), params, tuple(record))
+
+    @property
+    def delay(self):
+        return float(self.params.get("delay", 0))
+
+    def concerns_path(self, api_path):
+        paths = self.params.get("paths")
+        return not paths or any(api_path.startswith(prefix) for prefix in paths)
+
+    def concerns_unit(self, serial):
+        units = self.params.get("units")
+        return not units or serial in units
+
+    def to_json(self):
+        values = dict(self.params, kind=self.kind, on=self.on)
+        return {key: values[key] for key in self.key_order or values}
+
+
+@dataclass
+class Movement:
+    """A reply that changes with the scenario clock: within each period, the last variant
+    whose "from" is reached either merges into the document or replaces it ("reply")."""
+    period: float
+    variants: list
+
+    @classmethod
+    def load(cls, target, document):
+        if not (isinstance(document, dict) and isinstance(document.get("period"), (int, float))
+                and document["period"] > 0 and isinstance(document.get("variants"), list)
+                and document["variants"]
+                and all(isinstance(v, dict) for v in document["variants"])):
+            raise SimError("moving %s: needs a period > 0 and variants" % target)
+        return cls(document["period"], document["variants"])
+
+    def apply(self, document, seconds):
+        at = seconds % self.period
+        chosen = None
+        for variant in self.variants:
+            if variant.get("from", 0) <= at:
+                chosen = variant
+        if chosen is None:
+            return document
+        if "reply" in chosen:
+            return copy.deepcopy(chosen["reply"])
+        return merge(document, chosen.get("merge", {}))
+
+
+@dataclass
+class Scenario:
+    """What the simulated router holds when it starts."""
+    api: dict  # API path -> reply document
+    units: list  # of Unit
+    extpower: Optional[dict]  # the extpower_status answer; None: no answer
+    faults: dict  # name -> Fault
+    moving: dict  # target -> Movement
+
+
 def example_units(router):
     folder = os.path.join(router, "sim", "capwap")
     units = []
@@ -94,48 +219,28 @@ def example_units(router):
         if os.path.isfile(status_file):
             reports = read_json(status_file).get("rpt") or [None]
             report = reports[0]
-        units.append({"sn": serial, "entry": entry, "report": report})
+        units.append(Unit(serial, entry, report))
     extpower = read_json(os.path.join(folder, "extpower_status.json"))
     return units, extpower
 
 
 def hostile_unit(serial):
     """A one-port external PMU reporting the given serial, port on."""
-    return {
-        "sn": serial,
-        "only_with": "hostile_serials",
-        "entry": {"prod": "RQ-PWRU", "sn": serial,
-                  "devinfo": {"serial_num": serial, "attr": {"port_num": "1"}},
-                  "config": {"resetDelay": "5", "startOnIgnition": "0"}},
-        "report": {"s1": "1", "vi1": "24.0", "vo1": "23.8", "ii1": "1.00", "io1": "0.95",
-                   "t": "30"},
-    }
+    return Unit(
+        sn=serial,
+        only_with="hostile_serials",
+        entry={"prod": "RQ-PWRU", "sn": serial,
+               "devinfo": {"serial_num": serial, "attr": {"port_num": "1"}},
+               "config": {"resetDelay": "5", "startOnIgnition": "0"}},
+        report={"s1": "1", "vi1": "24.0", "vo1": "23.8", "ii1": "1.00", "io1": "0.95",
+                "t": "30"},
+    )
 
 
-def check_unit(unit):
-    if not isinstance(unit, dict) or not isinstance(unit.get("sn"), str) or not unit["sn"]:
-        raise SimError("a unit needs a serial \"sn\"")
-    unit.setdefault("entry", {"prod": "RQ-PWRU", "sn": unit["sn"],
-                              "devinfo": {"serial_num": unit["sn"], "attr": {"port_num": "1"}}})
-    unit.setdefault("report", None)
-    unit.setdefault("answering", True)
-    return unit
-
-
-def check_fault(name, fault):
-    if not isinstance(fault, dict):
-        raise SimError("fault %s: not an object" % name)
-    fault = dict(fault)
-    fault.setdefault("kind", name)
-    fault.setdefault("on", False)
-    if fault["kind"] not in FAULT_KINDS:
-        raise SimError("fault %s: unknown kind %r (known: %s)"
-                       % (name, fault["kind"], ", ".join(FAULT_KINDS)))
-    if fault["kind"] == "slow":
-        delay = float(fault.setdefault("delay", 12))
-        if not 0 <= delay <= MAX_DELAY:
-            raise SimError("fault %s: delay must lie within 0..%d s" % (name, MAX_DELAY))
-    return fault
+def listed_units(units, faults):
+    """The units the device list holds now: those shown only with a fault need it on."""
+    return [unit for unit in units
+            if not unit.only_with or (unit.only_with in faults and faults[unit.only_with].on)]
 
 
 def load_scenario(path):
@@ -159,28 +264,24 @@ def load_scenario(path):
             api.pop(api_path, None)
         else:
             api[api_path] = reply
-    by_serial = {unit["sn"]: unit for unit in units}
+    by_serial = {unit.sn: unit for unit in units}
     for serial, unit in scenario.get("units", {}).items():
         if unit is None:
             by_serial.pop(serial, None)
+        elif not isinstance(unit, dict):
+            raise SimError("unit %s: not an object" % serial)
         else:
-            by_serial[serial] = check_unit(dict(unit, sn=serial))
+            by_serial[serial] = Unit.load(dict(unit, sn=serial))
     if "extpower" in scenario:
         extpower = scenario["extpower"]
-    faults = {kind: check_fault(kind, {}) for kind in FAULT_KINDS}
+    faults = {kind: Fault.load(kind, {}) for kind in FAULT_KINDS}
     for name, fault in scenario.get("faults", {}).items():
-        faults[name] = check_fault(name, fault)
-    hostile = faults["hostile_serials"].get("serials", DEFAULT_HOSTILE)
-    for serial in hostile:
+        faults[name] = Fault.load(name, fault)
+    for serial in faults["hostile_serials"].params.get("serials", DEFAULT_HOSTILE):
         by_serial.setdefault(serial, hostile_unit(serial))
-    for unit in by_serial.values():
-        check_unit(unit)
-    moving = scenario.get("moving", {})
-    for target, move in moving.items():
-        if not (isinstance(move, dict) and move.get("period", 0) > 0 and move.get("variants")):
-            raise SimError("moving %s: needs a period > 0 and variants" % target)
-    return {"api": api, "units": list(by_serial.values()), "extpower": extpower,
-            "faults": faults, "moving": moving}
+    moving = {target: Movement.load(target, move)
+              for target, move in scenario.get("moving", {}).items()}
+    return Scenario(api, list(by_serial.values()), extpower, faults, moving)
 
 
 class Simulator:
@@ -190,11 +291,11 @@ class Simulator:
         self.root = root
         self.state_dir = os.path.join(root, "sim", "state")
         self.lock = threading.Lock()
-        self.api = scenario["api"]
-        self.units = scenario["units"]
-        self.extpower = scenario["extpower"]
-        self.faults = scenario["faults"]
-        self.moving = scenario["moving"]
+        self.api = scenario.api
+        self.units = scenario.units
+        self.extpower = scenario.extpower
+        self.faults = scenario.faults
+        self.moving = scenario.moving
         ra = self.api.get(REMOTE_ASSIST_PATH, {})
         self.remote_assist = bool(
             ((ra.get("response") or {}).get("remoteAssistance") or {}).get("enable", False))
@@ -214,42 +315,25 @@ class Simulator:
         return self.pinned if self.pinned is not None else time.monotonic() - self.started
 
     def moved(self, target, document):
-        move = self.moving.get(target)
-        if move is None:
-            return document
-        at = self.clock() % move["period"]
-        chosen = None
-        for variant in move["variants"]:
-            if variant.get("from", 0) <= at:
-                chosen = variant
-        if chosen is None:
-            return document
-        if "reply" in chosen:
-            return copy.deepcopy(chosen["reply"])
-        return merge(document, chosen.get("merge", {}))
+        movement = self.moving.get(target)
+        return document if movement is None else movement.apply(document, self.clock())
 
     # --- faults ---------------------------------------------------------------------------
     def active(self, kind, api_path=None):
         """The switched-on faults of a kind that concern api_path (any, when None)."""
-        found = []
-        for fault in self.faults.values():
-            if fault["kind"] != kind or not fault["on"]:
-                continue
-            paths = fault.get("paths")
-            if api_path is not None and paths and not any(api_path.startswith(p) for p in paths):
-                continue
-            found.append(fault)
-        return found
+        return [fault for fault in self.faults.values()
+                if fault.kind == kind and fault.on
+                and (api_path is None or fault.concerns_path(api_path))]
 
     def set_fault(self, name, on, params):
         with self.lock:
             if name not in self.faults:
                 raise SimError("no fault %r (known: %s)" % (name, ", ".join(sorted(self.faults))))
-            fault = check_fault(name, dict(self.faults[name], on=bool(on), **params))
+            fault = Fault.load(name, dict(self.faults[name].to_json(), on=bool(on), **params))
             self.faults[name] = fault
             down = bool(self.active("api_down"))
         self.note("events.log", "fault %s %s" % (name, "on" if on else "off"))
-        if fault["kind"] == "api_down":
+        if fault.kind == "api_down":
             if down:
                 self.close_api()  # connections are refused from now on
             else:
@@ -306,61 +390,80 @@ class Simulator:
 
     # --- the power units ----------------------------------------------------------------------
     def visible_units(self):
-        return [u for u in self.units
-                if not u.get("only_with") or any(
-                    f["on"] for n, f in self.faults.items() if n == u["only_with"])]
+        return listed_units(self.units, self.faults)
 
     def unit_answers(self, serial):
+        """The listed unit of that serial, unless it keeps silent (None)."""
         for unit in self.visible_units():
-            if unit["sn"] == serial:
-                silent = any(not f.get("units") or serial in f["units"]
-                             for f in self.active("unit_silent"))
-                return unit if unit.get("answering", True) and not silent else None
+            if unit.sn == serial:
+                silent = any(f.concerns_unit(serial) for f in self.active("unit_silent"))
+                return unit if unit.answering and not silent else None
         return None
 
     def capwap(self, args):
         """The device command's answer as a document, {} for no output, None: no answer."""
-        with self.lock:
-            command, rest = (args[0], args[1:]) if args else ("", [])
-            if command == "iotdevlist" and not rest:
-                return {"list": [copy.deepcopy(u["entry"]) for u in self.visible_units()]}
-            if command == "extpower_status" and not rest:
-                return self.moved("extpower", self.extpower) if self.extpower else None
-            if command == "panel_reload" and len(rest) == 1:
-                self.note("events.log", "panel_reload %r" % rest[0])
-                return {}
-            unit = self.unit_answers(rest[0]) if rest else None
-            if unit is None:
-                return None
-            if command == "iotdevinfo" and len(rest) == 1:
-                devinfo = unit["entry"].get("devinfo")
-                return {"devinfo": copy.deepcopy(devinfo)} if devinfo else None
-            if unit["report"] is None:
-                return None
-            if command == "iotstatus" and len(rest) == 1:
-                return {"rpt": [self.moved("unit:" + unit["sn"], unit["report"])]}
-            if command == "iotdevport_set" and len(rest) == 2:
-                match = re.fullmatch(r"([0-9]{1,3}):(on|off)", rest[1])
-                ports = (unit["entry"].get("devinfo") or {}).get("attr", {}).get("port_num", "0")
-                if not match or not 1 <= int(match.group(1)) <= int(ports or "0"):
-                    return None
-                key, state = "s" + match.group(1), "1" if match.group(2) == "on" else "0"
-                unit["report"][key] = state
-                self.note("events.log", "port %r %s %s" % (unit["sn"], match.group(1),
-                                                          match.group(2)))
-                return {"ret": [{key: state}]}
+        command = DEVICE_COMMANDS.get(args[0]) if args else None
+        if command is None or len(args) - 1 != command.arguments:
             return None
+        with self.lock:
+            return command.answer(self, *args[1:])
+
+    # The device commands (DEVICE_COMMANDS); each is called with the lock held.
+    def device_list(self):
+        return {"list": [copy.deepcopy(unit.entry) for unit in self.visible_units()]}
+
+    def device_info(self, serial):
+        unit = self.unit_answers(serial)
+        devinfo = unit.entry.get("devinfo") if unit else None
+        return {"devinfo": copy.deepcopy(devinfo)} if devinfo else None
+
+    def device_status(self, serial):
+        unit = self.unit_answers(serial)
+        if unit is None or unit.report is None:
+            return None
+        return {"rpt": [self.moved("unit:" + unit.sn, unit.report)]}
+
+    def port_switch(self, serial, switch):
+        """iotdevport_set SN PORT:on|off: the port's state in the unit's report changes."""
+        unit = self.unit_answers(serial)
+        match = re.fullmatch(r"([0-9]{1,3}):(on|off)", switch)
+        if unit is None or unit.report is None or not match \
+                or not 1 <= int(match.group(1)) <= unit.port_count():
+            return None
+        key, state = "s" + match.group(1), "1" if match.group(2) == "on" else "0"
+        unit.report[key] = state
+        self.note("events.log", "port %r %s %s" % (unit.sn, match.group(1), match.group(2)))
+        return {"ret": [{key: state}]}
+
+    def external_power(self):
+        return self.moved("extpower", self.extpower) if self.extpower else None
+
+    def panel_reload(self, panel):
+        self.note("events.log", "panel_reload %r" % panel)
+        return {}
 
     def change_units(self, request):
+        """A unit joins ({"op": "add", "unit": its record}) or leaves ({"op": "remove",
+        "sn": its serial}); the serials of every unit afterwards."""
+        op = request.get("op")
+        if op == "add":
+            unit = Unit.load(request.get("unit") or {})
+            serial = unit.sn
+            with self.lock:
+                self.units = [u for u in self.units if u.sn != serial] + [unit]
+        elif op == "remove":
+            serial = request.get("sn")
+            if not isinstance(serial, str) or not serial:
+                raise SimError("remove needs the serial \"sn\" of the unit to remove")
+            with self.lock:
+                if not any(u.sn == serial for u in self.units):
+                    raise SimError("no unit %r to remove" % serial)
+                self.units = [u for u in self.units if u.sn != serial]
+        else:
+            raise SimError("op must be add or remove")
+        self.note("events.log", "unit %s %r" % (op, serial))
         with self.lock:
-            if request.get("op") == "add":
-                unit = check_unit(dict(request.get("unit") or {}))
-                self.units = [u for u in self.units if u["sn"] != unit["sn"]] + [unit]
-            elif request.get("op") == "remove":
-                self.units = [u for u in self.units if u["sn"] != request.get("sn")]
-            else:
-                raise SimError("op must be add or remove")
-        self.note("events.log", "unit %s %r" % (request["op"], request.get("sn") or unit["sn"]))
+            return [u.sn for u in self.units]
 
     def status(self):
         with self.lock:
@@ -368,10 +471,28 @@ class Simulator:
                 "api_port": self.api_port if self.api_server else None,
                 "clock": round(self.clock(), 1), "pinned": self.pinned is not None,
                 "remote_assistance": self.remote_assist,
-                "faults": {n: f for n, f in sorted(self.faults.items())},
-                "units": [{"sn": u["sn"], "answering": self.unit_answers(u["sn"]) is not None}
+                "faults": {name: fault.to_json() for name, fault in sorted(self.faults.items())},
+                "units": [{"sn": u.sn, "answering": self.unit_answers(u.sn) is not None}
                           for u in self.visible_units()],
             }
+
+
+@dataclass(frozen=True)
+class DeviceCommand:
+    """A capwap_cli command: how many arguments it takes, and the Simulator method that
+    answers it (a document, {} for no output, None for no answer)."""
+    arguments: int
+    answer: Callable[..., Optional[dict]]
+
+
+DEVICE_COMMANDS = {
+    "iotdevlist": DeviceCommand(0, Simulator.device_list),
+    "iotdevinfo": DeviceCommand(1, Simulator.device_info),
+    "iotstatus": DeviceCommand(1, Simulator.device_status),
+    "iotdevport_set": DeviceCommand(2, Simulator.port_switch),
+    "extpower_status": DeviceCommand(0, Simulator.external_power),
+    "panel_reload": DeviceCommand(1, Simulator.panel_reload),
+}
 
 
 class Handler(BaseHTTPRequestHandler):
@@ -420,7 +541,7 @@ class ApiHandler(Handler):
             return self.answer(413, '{"error":"body"}')
         with sim.lock:
             active = {kind: sim.active(kind, api_path) for kind in API_FAULTS}
-        delay = max([float(f["delay"]) for f in active["slow"]], default=0)
+        delay = max([fault.delay for fault in active["slow"]], default=0)
         if delay:
             # Bounded: ends early when the simulator stops.
             sim.stopping.wait(min(delay, MAX_DELAY))
@@ -460,15 +581,15 @@ class ControlHandler(Handler):
                 raise SimError("a JSON object is expected")
             if self.path == "/sim/fault":
                 params = {k: v for k, v in request.items() if k not in ("name", "on")}
-                result = sim.set_fault(str(request.get("name")), bool(request.get("on")), params)
+                fault = sim.set_fault(str(request.get("name")), bool(request.get("on")), params)
+                result = fault.to_json()
             elif self.path == "/sim/clock":
                 at = request.get("at")
                 with sim.lock:
                     sim.pinned = None if at is None else float(at)
                 result = {"clock": sim.clock()}
             elif self.path == "/sim/unit":
-                sim.change_units(request)
-                result = {"units": [u["sn"] for u in sim.units]}
+                result = {"units": sim.change_units(request)}
             elif self.path == "/sim/stop":
                 sim.stopping.set()
                 result = {"stopping": True}
@@ -550,6 +671,20 @@ def serve(root, scenario_path, lifetime):
                 os.remove(os.path.join(sim.state_dir, name))
 
 
+def describe(scenario):
+    """What a scenario holds, its units counted as `simctl status` lists them at the start."""
+    listed = listed_units(scenario.units, scenario.faults)
+    hidden = {}
+    for unit in scenario.units:
+        if not any(unit is shown for shown in listed):
+            hidden[unit.only_with] = hidden.get(unit.only_with, 0) + 1
+    later = "".join(" (%d more while %s is on)" % (count, name)
+                    for name, count in sorted(hidden.items()))
+    return "%d API paths, %d units%s, faults: %s, moving: %s" % (
+        len(scenario.api), len(listed), later, ", ".join(sorted(scenario.faults)),
+        ", ".join(sorted(scenario.moving)) or "none")
+
+
 def main(argv):
     parser = argparse.ArgumentParser(description="router simulator for tavio")
     sub = parser.add_subparsers(dest="command", required=True)
@@ -563,10 +698,7 @@ def main(argv):
     args = parser.parse_args(argv)
     try:
         if args.command == "check":
-            scenario = load_scenario(args.scenario)
-            print("%d API paths, %d units, faults: %s, moving: %s" % (
-                len(scenario["api"]), len(scenario["units"]), ", ".join(sorted(scenario["faults"])),
-                ", ".join(sorted(scenario["moving"])) or "none"))
+            print(describe(load_scenario(args.scenario)))
             return 0
         serve(check_root(args.root), args.scenario, args.lifetime)
     except (SimError, OSError, ValueError) as error:

@@ -44,9 +44,21 @@ async function grid(page) {
   await page.evaluate(() => busy);  // every key sent has been answered and drawn
   const rows = await page.$$eval("#grid .row", nodes =>
     nodes.map(node => [node.textContent, node.classList.contains("cursor")]));
+  const below = await page.$$eval("#grid #more:not([hidden])", nodes => nodes.length > 0);
+  // The display is as wide as its columns: a full row ends at its inner edge.
+  const gap = await page.$eval("#grid", node => {
+    const style = getComputedStyle(node);
+    const inner = node.getBoundingClientRect().right - parseFloat(style.borderRightWidth) -
+      parseFloat(style.paddingRight);
+    const text = document.createRange();
+    text.selectNodeContents(node.querySelector(".row"));
+    return inner - text.getBoundingClientRect().right;
+  });
+  if (Math.abs(gap) > 1) throw new Error(`the display is ${gap} px wider than its columns`);
   const width = rows.length ? rows[0][0].length : 0;
   const rule = " +" + "-".repeat(width) + "+";
-  return [rule, ...rows.map(([text, marked]) => (marked ? ">" : " ") + "|" + text + "|"), rule];
+  const bottom = below ? rule.slice(0, -2) + "v+" : rule;  // as panelemu.panel.picture draws it
+  return [rule, ...rows.map(([text, marked]) => (marked ? ">" : " ") + "|" + text + "|"), bottom];
 }
 
 async function main() {

@@ -2,6 +2,7 @@
 """tavio against the router simulator, over real HTTP: one case per run.
 
     sim_cases.py CASE TAVIO_BINARY [EMULATOR [EMULATOR_ARGS...]]
+    sim_cases.py --list                 the case names, one a line (CTest's sim.NAME tests)
 
 Each case copies the example router into a fresh temporary root, starts its own simulator
 there (tests/sim/scenario.json), runs tavio with sim/live-bin first on PATH (checked with
@@ -13,6 +14,7 @@ left, and the simulator is stopped again. The emulator may also come from TAVIO_
 
 import json
 import os
+import re
 import shlex
 import shutil
 import signal
@@ -27,6 +29,7 @@ sys.dont_write_bytecode = True  # nothing written into the source tree
 import validate_documents  # noqa: E402  every request and response against schemas/
 LIVE_BIN = os.path.join(REPO, "sim", "live-bin")
 SIMCTL = os.path.join(REPO, "sim", "simulator", "simctl")
+ROUTERSIM = os.path.join(REPO, "sim", "simulator", "routersim.py")
 SCENARIO = os.path.join(REPO, "tests", "sim", "scenario.json")
 HARMLESS = ("reboot", "restoreconfig", "saveconfig", "activate")
 QUICK_TIMEOUT = "1"  # SIM_WGET_TIMEOUT of the slow-reply case; the reply takes 6 s
@@ -39,7 +42,7 @@ WAN1_DOWN = "Status:  Disconnected"
 VPN_UP = "HQ[SECURED]:\n          ESTABLISHED"
 VPN_NONE = "Cannot get VPN status\n. Please back to Syst\nem Status menu to ref\nresh VPN links."
 NO_API = {"cpuload": "", "wan_status_1": "", "remote_assist": "", "vpn_status_1": VPN_NONE}
-PMU, EXT = "PMU1A2B3C4D5E6", "EXT0000000001A"
+PMU, EXT, EXT_2, PDU = "PMU1A2B3C4D5E6", "EXT0000000001A", "EXT0000000002B", "PDU00000000001"
 HOSTILE_PORT = "`reboot`;x'y\"1"  # 14 characters: a whole serial in a port-control id
 PMU_MENU = {"panel": {"font_pref": 1, "font": [{"sz": 1, "ln": 4, "ch": 21}]}, "ref": "pmu_menu"}
 
@@ -51,6 +54,9 @@ def unreachable(unit):
 
 
 def ctl(*args): return ("ctl", list(args))
+def ctl_refused(args, error): return ("ctl-refused", args, error)  # simctl fails, says error
+def units(serials): return ("units", serials)  # what `simctl status` lists
+def counted_by_check(): return ("check-units",)  # `routersim.py check` counts them alike
 def read(values): return ("read", values)
 def write(items): return ("write", items)  # [(k, v sent, v shown, status)]
 def menu(request, ids): return ("menu", request, ids)
@@ -107,6 +113,14 @@ CASES = {
         logged("capwap_cli iotstatus 'a;reboot'"),
         logged("capwap_cli iotstatus '$(reboot)'"),
         logged("capwap_cli iotdevport_set '`reboot`;x'\\''y\"1' 1:off")],
+    "unit-leaves": [
+        counted_by_check(), units([PMU, EXT, EXT_2, PDU]),
+        ctl("unit", "remove", EXT), units([PMU, EXT_2, PDU]), event("unit remove %r" % EXT),
+        read({"ext_pmu_status_port_" + EXT: unreachable("External PMU"),
+              "pdu_status_temp_" + PDU: "Temperature:\n       35 degree Cel."}),
+        ctl_refused(["unit", "remove", ""], 'remove needs the serial "sn"'),
+        ctl_refused(["unit", "remove", EXT], "no unit %r to remove" % EXT),
+        units([PMU, EXT_2, PDU])],
 }
 
 
@@ -129,11 +143,18 @@ class Run:
         print("FAIL %s: %s" % (self.name, text))
         self.failures += 1
 
-    def simctl(self, *args):
+    def simctl(self, *args, refused=False):
+        """simctl's output; it must succeed (or, refused, fail: its complaint then)."""
         done = subprocess.run([sys.executable, SIMCTL, args[0], self.root] + list(args[1:]),
                               capture_output=True, text=True, timeout=30, check=False)
-        if done.returncode != 0:
+        if refused and done.returncode == 0:
+            raise RuntimeError("simctl %s was not refused: %s" % (" ".join(args), done.stdout))
+        if not refused and done.returncode != 0:
             raise RuntimeError("simctl %s: %s" % (" ".join(args), done.stderr.strip()))
+        return done.stderr if refused else done.stdout
+
+    def listed_units(self):
+        return [unit["sn"] for unit in json.loads(self.simctl("status"))["units"]]
 
     def tavio_exchange(self, request):
         """tavio's response document to the request."""
@@ -159,6 +180,20 @@ class Run:
     def step(self, kind, *args):
         if kind == "ctl":
             self.simctl(*args[0])
+        elif kind == "ctl-refused":
+            said = self.simctl(*args[0], refused=True)
+            if args[1] not in said:
+                self.fail("simctl %s said %r, not %r" % (" ".join(args[0]), said, args[1]))
+        elif kind == "units":
+            if self.listed_units() != args[0]:
+                self.fail("units listed: %s, expected %s" % (self.listed_units(), args[0]))
+        elif kind == "check-units":
+            said = subprocess.run([sys.executable, ROUTERSIM, "check", SCENARIO],
+                                  capture_output=True, text=True, timeout=30, check=True).stdout
+            counted = re.search(r"(\d+) units", said)
+            if not counted or int(counted.group(1)) != len(self.listed_units()):
+                self.fail("routersim.py check says %r; status lists %s"
+                          % (said.strip(), self.listed_units()))
         elif kind == "read":
             answer = self.tavio_exchange(
                 {"type": "valueRead", "req": {"list": [{"k": k} for k in args[0]]}})
@@ -206,6 +241,9 @@ class Run:
 
 
 def main(argv):
+    if argv == ["--list"]:
+        print("\n".join(CASES))
+        return 0
     if len(argv) < 2 or argv[0] not in CASES:
         print("usage: sim_cases.py CASE TAVIO [EMULATOR...]; cases: %s" % " ".join(CASES))
         return 2

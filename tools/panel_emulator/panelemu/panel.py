@@ -4,7 +4,7 @@ Keys are words: "up", "down", "enter", "back", a keypad character ("0".."9", "A"
 whatever the response's keypad list holds), and the emulator's own "theme", "font" and
 "menus" (a list of the menus tavio knows by name). Every screen draws itself into the panel's
 grid (characters per line and lines of the font size in use); rows the cursor is on are
-marked. A value on screen is read again when its "ttl" has passed: tick() does that against
+marked, and so is a screen with more lines below the last one shown. A value on screen is read again when its "ttl" has passed: tick() does that against
 the panel's clock, a real one or a VirtualClock that only moves when told.
 """
 from __future__ import annotations
@@ -207,13 +207,19 @@ class SelectScreen(Screen):
         self.cursor = self.choices.index(current) if current in self.choices else 0
 
     def rows(self):
-        lines = self.panel.lines
-        shown = max(1, lines - 1)
+        """The hint, then the window of choices around the cursor (the grid's other lines)."""
+        shown = self.shown_choices()
         self.top = min(max(self.top, self.cursor - shown + 1), self.cursor)
         rows = [(self.content.get("ht", ""), False)]
         rows += [(choice, index == self.cursor) for index, choice in
                  enumerate(self.choices)][self.top:self.top + shown]
         return rows
+
+    def shown_choices(self):
+        return max(1, self.panel.lines - 1)
+
+    def more_below(self):
+        return self.top + self.shown_choices() < len(self.choices)
 
     def key(self, key):
         if key == "up" and self.cursor > 0:
@@ -449,12 +455,16 @@ class Panel:
         rows = top.rows()
         if isinstance(top, MenuScreen):
             top.follow_cursor()
-        start = 0 if isinstance(top, SelectScreen) else top.top
-        rows = rows[start:start + self.lines]
+        if isinstance(top, SelectScreen):
+            below = top.more_below()  # its rows are the window already
+        else:
+            below = len(rows) > top.top + self.lines
+            rows = rows[top.top:top.top + self.lines]
         rows += [("", False)] * (self.lines - len(rows))
         return {
             "rows": [text[:self.width].ljust(self.width) for text, _ in rows],
             "cursor": [index for index, (_, marked) in enumerate(rows) if marked],
+            "below": below,  # more lines follow below the last row shown
             "width": self.width,
             "lines": self.lines,
             "path": top.path,
@@ -469,8 +479,10 @@ class Panel:
 
 
 def picture(screen):
-    """The grid as text: a frame, a ">" before every row the cursor is on."""
+    """The grid as text: a frame, a ">" before every row the cursor is on, a "v" at the right
+    end of the bottom line when more lines follow below."""
     rule = " +" + "-" * screen["width"] + "+"
+    bottom = rule[:-2] + "v+" if screen["below"] else rule
     rows = [(">" if index in screen["cursor"] else " ") + "|" + row + "|"
             for index, row in enumerate(screen["rows"])]
-    return [rule] + rows + [rule]
+    return [rule] + rows + [bottom]
