@@ -19,8 +19,8 @@
 
 #include "app/request_exchange.h"
 #include "harness.h"
-#include "menus/display_prefs.h"
-#include "menus/panel_access.h"
+#include "panel/display_prefs.h"
+#include "panel/sign_in.h"
 #include "tavio/exchange.h"
 #include "tavio/json_ref.h"
 

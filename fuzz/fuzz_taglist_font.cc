@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "harness.h"
-#include "menus/display_prefs.h"
+#include "panel/display_prefs.h"
 #include "platform/router_support.h"
 #include "tavio/json_ref.h"
 #include "tavio/panel_layout.h"

@@ -5,8 +5,8 @@
 
 #include <string>
 
-#include "tavio/panel_access.h"
 #include "tavio/panel_layout.h"
+#include "tavio/panel_state.h"
 
 namespace tavio {
 
@@ -14,10 +14,11 @@ struct Exchange {
   std::string serial;  ///< -s, at most 15 characters; "" selects the unnamed panel's files
   PanelAccessState access = PanelAccessState::kNormal;
   PanelType panel_type = PanelType::kExternal;
-  /// The theme the command line allows: kDefault with -K; otherwise the request exchange
-  /// offers kAlternative and each handler narrows it by the panel's saved theme.
-  ThemeMode theme_mode = ThemeMode::kDefault;
-  /// The panel's saved font grid with theme_mode; a menu request lays out by its own table.
+  /// Whether the panel may use the alternative theme: not a panel that signs in with a
+  /// passcode (-K).
+  bool alternative_theme_allowed = false;
+  /// The panel's saved font grid, in its saved theme where that is allowed; a menu request
+  /// lays out by its own font table and theme.
   PanelLayout layout;
 
   [[nodiscard]] bool signed_in() const { return access == PanelAccessState::kSignedIn; }

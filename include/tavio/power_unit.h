@@ -11,6 +11,17 @@ enum class PowerUnitType : int {
   kPdu = 3,            ///< "RQ-DIST", a power-distribution unit
 };
 
+/// What a unit reports per port.
+enum class PortQuantity {
+  kState,          ///< "Port Status:", ON or OFF
+  kInputVoltage,   ///< "Input Voltage:", PMUs
+  kOutputVoltage,  ///< "Output Voltage:", PMUs
+  kInputCurrent,   ///< "Input Current:", PMUs
+  kOutputCurrent,  ///< "Output Current:", PMUs
+  kVoltage,        ///< "Voltage:", PDUs
+  kCurrent,        ///< "Current:", PDUs
+};
+
 }  // namespace tavio
 
 #endif

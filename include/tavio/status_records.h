@@ -3,6 +3,7 @@
 #ifndef TAVIO_STATUS_RECORDS_H
 #define TAVIO_STATUS_RECORDS_H
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,6 @@ struct WanStatus {
   int id = 0;
   std::string type;  ///< "wifi", "gobi", "modem", ... (15 characters)
   std::string name;
-  int enable = 1;
   std::string message;           ///< the connection's status sentence
   std::string ip;                ///< 15 characters
   int strength = kAbsentSignal;  ///< dBm
@@ -35,8 +35,8 @@ struct WanStatusList {
 struct VpnStatus {
   int id = 0;
   std::string name;
-  std::string state;  ///< display word; "" for an unknown link state
-  int secure = 0;     ///< 1 when a peer of the profile is secured
+  std::string state;    ///< display word; "" for an unknown link state
+  bool secure = false;  ///< a peer of the profile is secured
 };
 struct VpnStatusList {
   std::vector<VpnStatus> items;
@@ -50,6 +50,18 @@ struct PortStatus {
 };
 struct PortStatusList {
   std::vector<PortStatus> items;
+};
+
+/// One WAN's traffic figures over a period, as the router's 32-bit counters give them.
+struct WanTraffic {
+  std::string name;
+  std::int32_t download = 0;
+  std::int32_t upload = 0;
+};
+/// The traffic of every WAN, in one unit of measure ("Kbps", "MB", ...).
+struct TrafficList {
+  std::string unit;
+  std::vector<WanTraffic> items;
 };
 
 /// The device's identity; "" where the API leaves a key out.

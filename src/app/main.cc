@@ -1,5 +1,5 @@
 // tavio: the menu and value backend of the router's front-panel display. One run answers one
 // exchange with the display process and exits with status 0.
-#include "app/options.h"
+#include "app/run.h"
 
 int main(int argc, char** argv) { return tavio::run_tavio(argc, argv); }

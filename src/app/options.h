@@ -1,10 +1,10 @@
-// The command line the display process starts tavio with, and the four run modes.
+// The command line the display process starts tavio with.
 #ifndef TAVIO_APP_OPTIONS_H
 #define TAVIO_APP_OPTIONS_H
 
 #include <string>
 
-#include "tavio/panel_access.h"
+#include "tavio/panel_state.h"
 
 namespace tavio {
 
@@ -23,8 +23,6 @@ struct Options {
 [[nodiscard]] Options parse_options(int argc, char** argv);
 /// Prints the usage text.
 void print_usage();
-/// Runs one exchange as the command line says; the program's exit status (always 0).
-int run_tavio(int argc, char** argv);
 
 }  // namespace tavio
 

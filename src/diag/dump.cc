@@ -6,13 +6,15 @@
 #include <cstdlib>
 #include <string>
 
-#include "menus/display_prefs.h"
 #include "menus/main_menu.h"
+#include "panel/display_prefs.h"
 #include "platform/json_get.h"
 #include "platform/router_support.h"
 #include "power/device_commands.h"
 #include "power/external_power.h"
 #include "power/unit_status.h"
+#include "settings/port_media.h"
+#include "settings/remote_assist.h"
 #include "status/lan_ha_status.h"
 #include "status/port_status.h"
 #include "status/system_info.h"
@@ -54,8 +56,31 @@ void print_device_info(const PanelLayout& layout) {
               or_fallback(render_serial_number(device, layout), "<Fail to load Serial number!>"));
 }
 
+// One power unit's values: temperature, port count and every per-port quantity.
+void print_power_unit(PowerUnitType type, const std::string& serial, const PanelLayout& layout) {
+  if (serial.empty()) {
+    return;
+  }
+  std::printf("\nPMU temperature:\n%s\n", pmu_render_temperature(type, serial, layout).c_str());
+  std::printf("\nPMU port_num = %d\n", devcmd_info(serial).value_or(kUnknownPortCount));
+  const struct {
+    const char* title;
+    PortQuantity quantity;
+  } sections[] = {
+      {"PMU Port Status", PortQuantity::kState},
+      {"PMU Input Voltage", PortQuantity::kInputVoltage},
+      {"PMU Output Voltage", PortQuantity::kOutputVoltage},
+      {"PMU Input Current", PortQuantity::kInputCurrent},
+      {"PMU Output Current", PortQuantity::kOutputCurrent},
+  };
+  for (const auto& section : sections) {
+    std::printf("\n%s:\n%s\n", section.title,
+                render_port_quantity(section.quantity, type, serial, layout).c_str());
+  }
+}
+
 // The integrated and external PMUs of the list, counted from 1; PDUs are not dumped.
-void dump_pmu_by_type(PowerUnitType type, const json_t* list, const PanelLayout& layout) {
+void print_power_units_of_type(PowerUnitType type, const json_t* list, const PanelLayout& layout) {
   static const char* const kName = "dump_pmu_by_type";
   if (!json_is_array(list)) {
     std::printf("%s: pmu list is empty!\n", kName);
@@ -72,7 +97,7 @@ void dump_pmu_by_type(PowerUnitType type, const json_t* list, const PanelLayout&
     ++count;
     std::printf("%s: ==========", kName);
     std::printf("[%d] Serial Number=\"%s\" Product Name=\"%s\"\n", count, serial, product);
-    pmu_dump_unit(type, serial, layout);
+    print_power_unit(type, serial, layout);
     std::printf("================================\n\n");
   }
   if (count == 0) {
@@ -87,9 +112,7 @@ PanelLayout dump_layout() {
   return layout;
 }
 
-}  // namespace
-
-void dump_lan_port_list(const std::optional<PortStatusList>& ports) {
+void print_lan_ports(const std::optional<PortStatusList>& ports) {
   if (!ports) {
     std::printf("\n>>>> No MMI Dump LAN Port info!");
     return;
@@ -101,21 +124,22 @@ void dump_lan_port_list(const std::optional<PortStatusList>& ports) {
   std::printf("\n>>>>>>>>>>>>");
 }
 
-void dump_corvane_wan_status_item_list(const std::optional<WanStatusList>& wans) {
+void print_wan_connections(const std::optional<WanStatusList>& wans) {
   static const char* const kName = "dump_corvane_wan_status_item_list";
   if (!wans) {
     std::printf("%s No WAN status item!!!\n", kName);
     return;
   }
   for (const WanStatus& wan : wans->items) {
-    std::printf("%s:type=\"%s\" id=%d en=%d name='%s' msg='%s' ip='%s'", kName, wan.type.c_str(),
-                wan.id, wan.enable, wan.name.c_str(), wan.message.c_str(), wan.ip.c_str());
+    // Only enabled connections are collected.
+    std::printf("%s:type=\"%s\" id=%d en=1 name='%s' msg='%s' ip='%s'", kName, wan.type.c_str(),
+                wan.id, wan.name.c_str(), wan.message.c_str(), wan.ip.c_str());
     std::printf(" Signal: rssi=%d dBm sinr=%.1f dB snr=%.1f dB", wan.strength, wan.sinr, wan.snr);
     std::printf("  ecio=%.1f dB rsrp=%d dBm rsrq=%.1f dB\n", wan.ecio, wan.rsrp, wan.rsrq);
   }
 }
 
-void dump_corvane_vpn_status_item_list(const std::optional<VpnStatusList>& vpns) {
+void print_vpn_profiles(const std::optional<VpnStatusList>& vpns) {
   static const char* const kName = "dump_corvane_vpn_status_item_list";
   if (!vpns) {
     std::printf("%s No VPN status item!!!\n", kName);
@@ -123,11 +147,11 @@ void dump_corvane_vpn_status_item_list(const std::optional<VpnStatusList>& vpns)
   }
   for (const VpnStatus& vpn : vpns->items) {
     std::printf("%s: id=%d name='%s' status='%s' is_secure=%d\n", kName, vpn.id, vpn.name.c_str(),
-                vpn.state.c_str(), vpn.secure);
+                vpn.state.c_str(), vpn.secure ? 1 : 0);
   }
 }
 
-void dump_corvane_wan_port_speed(const std::optional<WanStatusList>& wans) {
+void print_wan_port_media(const std::optional<WanStatusList>& wans) {
   static const char* const kName = "dump_corvane_wan_port_speed";
   if (!wans) {
     std::printf("%s No WAN port item!!!\n", kName);
@@ -142,7 +166,7 @@ void dump_corvane_wan_port_speed(const std::optional<WanStatusList>& wans) {
   }
 }
 
-void dump_pmu_info(const PanelLayout& layout) {
+void print_power_units(const PanelLayout& layout) {
   static const char* const kName = "dump_pmu_info";
   const JsonPtr list = devcmd_list();
   if (!list) {
@@ -154,12 +178,14 @@ void dump_pmu_info(const PanelLayout& layout) {
   }
   std::printf("%s: [Total PMU list len = %zu]\n", kName, json_array_size(list.get()));
   std::printf("%s: ===== PMU_TYPE_LOCAL\n", kName);
-  dump_pmu_by_type(PowerUnitType::kIntegratedPmu, list.get(), layout);
+  print_power_units_of_type(PowerUnitType::kIntegratedPmu, list.get(), layout);
   std::printf("%s: ========================\n\n", kName);
   std::printf("%s: ===== PMU_TYPE_EXTERNAL\n", kName);
-  dump_pmu_by_type(PowerUnitType::kExternalPmu, list.get(), layout);
+  print_power_units_of_type(PowerUnitType::kExternalPmu, list.get(), layout);
   std::printf("%s: ========================\n", kName);
 }
+
+}  // namespace
 
 void run_dump_mode(PanelType panel_type) {
   const PanelLayout layout = dump_layout();
@@ -180,8 +206,8 @@ void run_dump_mode(PanelType panel_type) {
               or_fallback(render_cpu_load(layout), "<Fail to load cpuload>"));
 
   std::printf("\n============\nDump LAN Port content ======");
-  if (const std::optional<PortStatusList> ports = port_status_collect(nullptr)) {
-    dump_lan_port_list(ports);
+  if (const std::optional<PortStatusList> ports = port_status_collect(std::nullopt)) {
+    print_lan_ports(ports);
   } else {
     std::printf("\n\tFail to load LAN port list\n");
   }
@@ -189,10 +215,10 @@ void run_dump_mode(PanelType panel_type) {
   std::printf("\n============\nDump LAN IP content\n%s\n====",
               or_fallback(render_lan_ip(layout), "<Fail to get LAN IP content!>"));
   std::printf("\n============\nDump WAN Status\n\n=========");
-  dump_corvane_wan_status_item_list(wan_status_collect(nullptr));
+  print_wan_connections(wan_status_collect(std::nullopt));
   std::printf("\n========================");
   std::printf("\n============\nDump VPN Status\n\n=========");
-  dump_corvane_vpn_status_item_list(vpn_status_collect());
+  print_vpn_profiles(vpn_status_collect());
   std::printf("\n========================");
   std::printf("\n============\nDump Throughput in\n%s\n=====",
               or_fallback(render_throughput(TrafficDirection::kIn, layout),
@@ -207,10 +233,10 @@ void run_dump_mode(PanelType panel_type) {
   std::printf("\n============\nLAN Port Speed\n%s\n========",
               or_fallback(port_media_get(0), "<Fail to get LAN Port Speed!>"));
   std::printf("\n============\nDump WAN Port Speed\n");
-  dump_corvane_wan_port_speed(wan_status_collect(nullptr));
+  print_wan_port_media(wan_status_collect(std::nullopt));
   std::printf("========================\n");
   std::printf("\n============\nDump PMU Info\n");
-  dump_pmu_info(layout);
+  print_power_units(layout);
   std::printf("========================\n");
   if (power_panel) {
     std::printf("\n============[Power Consume]========\n\t");

@@ -3,18 +3,17 @@
 #include <cstdio>
 #include <cstring>
 
+#include "layout/item_ids.h"
 #include "layout/menu_items.h"
-#include "menus/display_prefs.h"
 #include "menus/main_menu.h"
-#include "menus/panel_access.h"
+#include "menus/sign_in_menu.h"
+#include "panel/display_prefs.h"
 #include "platform/json_get.h"
 #include "power/external_power.h"
 #include "power/unit_menus.h"
 
 namespace tavio {
 namespace {
-
-constexpr char kAlternativeTheme[] = "google";
 
 struct NamedMenu {
   const char* name;
@@ -33,10 +32,10 @@ JsonPtr pmu_menu(bool /*signed_in*/, const PanelLayout& layout) {
 
 // Compared exactly, in this order.
 const NamedMenu kNamedMenus[] = {
-    {"pwr_consume_status_battery_menu", battery_menu},
-    {"main_menu", main_menu_items},
-    {"pdu_menu", pdu_menu},
-    {"pmu_menu", pmu_menu},
+    {menu_name::kBattery, battery_menu},
+    {menu_name::kMain, main_menu_items},
+    {menu_name::kPdu, pdu_menu},
+    {menu_name::kPmu, pmu_menu},
 };
 
 // The home menu of the panel type: the External panel signs in first when it must.
@@ -102,23 +101,26 @@ JsonPtr handle_menu_request(const json_t* req, const Exchange& exchange) {
     std::puts("Error: No font (list) obj");
     return nullptr;
   }
-  // Every menu request records the panel's theme, even one that fails below.
+  // Every menu request records the panel's theme, even one that fails below; a panel without
+  // a theme file keeps none.
   const char* theme = jget_string(panel, "theme", "");
   const char* serial = exchange.serial.c_str();
-  save_theme_setting(serial, theme);
+  static_cast<void>(save_theme_setting(serial, theme));
   const ThemeMode theme_mode =
-      exchange.theme_mode == ThemeMode::kAlternative && std::strcmp(theme, kAlternativeTheme) == 0
+      exchange.alternative_theme_allowed && std::strcmp(theme, kAlternativeThemeName) == 0
           ? ThemeMode::kAlternative
           : ThemeMode::kDefault;
-  std::int32_t chars_per_line = 0;
-  std::int32_t lines = 0;
-  if (match_font_settings(fonts, serial, font_size, &chars_per_line, &lines) == 0) {
+  // The grid is saved for the value reads that follow; one that cannot be saved is answered
+  // like one the table does not have.
+  const std::optional<FontGrid> grid = find_font_grid(fonts, font_size);
+  if (!grid || !save_font_grid(serial, *grid)) {
     std::puts("Error: Cannot scan matching display parameters");
     return nullptr;
   }
   const char* ref = jget_string(req, "ref", "");
-  const PanelLayout layout = make_panel_layout(theme_mode, font_size, chars_per_line, lines);
-  const bool named = ref[0] != '\0' && std::strcmp(ref, "Home") != 0;
+  const PanelLayout layout =
+      make_panel_layout(theme_mode, font_size, grid->chars_per_line, grid->lines);
+  const bool named = ref[0] != '\0' && std::strcmp(ref, menu_name::kHome) != 0;
   JsonPtr menu =
       named ? menu_by_name(ref, exchange.signed_in(), layout) : home_menu(exchange, layout);
   if (!menu) {

@@ -19,7 +19,9 @@ namespace tavio {
 /// The External panel's home: the main menu, or in the alternative theme the dashboard with
 /// the main menu behind "[MENU]".
 [[nodiscard]] JsonPtr panel_top_menu(bool signed_in, const PanelLayout& layout);
-/// The menu a request names in "ref"; null for a name no menu answers to.
+/// The menu a request names in "ref"; null for a name no menu answers to. A named menu is
+/// built whatever the sign-in state: the lock is the panel's screen lock, which the display
+/// process enforces by asking only for the home menu until the panel signs in.
 [[nodiscard]] JsonPtr menu_by_name(const char* name, bool signed_in, const PanelLayout& layout);
 
 }  // namespace tavio

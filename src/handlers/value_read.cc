@@ -4,12 +4,15 @@
 #include <optional>
 #include <string>
 
-#include "handlers/item_rows.h"
+#include "layout/item_ids.h"
+#include "layout/menu_items.h"
 #include "layout/panel_text.h"
 #include "platform/json_get.h"
 #include "platform/text_buffer.h"
 #include "power/external_power.h"
 #include "power/unit_status.h"
+#include "settings/port_media.h"
+#include "settings/remote_assist.h"
 #include "status/lan_ha_status.h"
 #include "status/port_status.h"
 #include "status/system_info.h"
@@ -21,16 +24,14 @@
 namespace tavio {
 namespace {
 
-// Seconds the panel shows a value before it reads it again.
-constexpr int kItemTtl = 5;
-
 using Text = std::optional<std::string>;
 
 /// What a row hands its reader: the identifier's suffix as read, the row's arguments and
 /// the panel's grid.
 struct ValueRequest {
   const ItemArgs& args;
-  int arg;
+  TrafficDirection direction;
+  PortQuantity quantity;
   PowerUnitType unit;
   const PanelLayout& layout;
 };
@@ -45,7 +46,7 @@ Text read_remote_assist(const ValueRequest& /*item*/) { return remote_assist_get
 Text read_wifi_ap(const ValueRequest& item) { return render_wifi_ap(item.layout); }
 
 Text read_throughput(const ValueRequest& item) {
-  return render_throughput(static_cast<TrafficDirection>(item.arg), item.layout);
+  return render_throughput(item.direction, item.layout);
 }
 
 Text read_lan_port_status(const ValueRequest& item) {
@@ -71,8 +72,7 @@ Text read_lan_port_speed(const ValueRequest& item) {
 Text read_wan_port_speed(const ValueRequest& item) { return port_media_get(item.args.number); }
 
 Text read_port_quantity(const ValueRequest& item) {
-  return render_port_quantity(static_cast<PortQuantity>(item.arg), item.unit, item.args.unit,
-                              item.layout);
+  return render_port_quantity(item.quantity, item.unit, item.args.unit, item.layout);
 }
 
 Text read_unit_temperature(const ValueRequest& item) {
@@ -89,78 +89,77 @@ Text read_battery(const ValueRequest& item) {
 }
 Text read_batteries(const ValueRequest& item) { return battery_render_all(item.layout); }
 
+/// A row of the value-read table: the key it answers, its reader, and what the reader is
+/// told beyond the identifier.
 struct ValueRow {
   ItemKey key;
   Text (*read)(const ValueRequest& item);
-  int arg = 0;  ///< a traffic direction or a port quantity
+  PortQuantity quantity = PortQuantity::kState;
   PowerUnitType unit = PowerUnitType::kIntegratedPmu;
+  TrafficDirection direction = TrafficDirection::kIn;
 };
 
-constexpr int kIn = static_cast<int>(TrafficDirection::kIn);
-constexpr int kOut = static_cast<int>(TrafficDirection::kOut);
-constexpr ItemSuffix kExact = ItemSuffix::kNone;
-constexpr ItemSuffix kNumber = ItemSuffix::kNumber;
-constexpr ItemSuffix kUnit = ItemSuffix::kUnitSerial;
 constexpr PowerUnitType kLocal = PowerUnitType::kIntegratedPmu;
 constexpr PowerUnitType kExternal = PowerUnitType::kExternalPmu;
 constexpr PowerUnitType kPdu = PowerUnitType::kPdu;
-constexpr int kState = static_cast<int>(PortQuantity::kState);
-constexpr int kInVolt = static_cast<int>(PortQuantity::kInputVoltage);
-constexpr int kOutVolt = static_cast<int>(PortQuantity::kOutputVoltage);
-constexpr int kInCurr = static_cast<int>(PortQuantity::kInputCurrent);
-constexpr int kOutCurr = static_cast<int>(PortQuantity::kOutputCurrent);
-constexpr int kVolt = static_cast<int>(PortQuantity::kVoltage);
-constexpr int kCurr = static_cast<int>(PortQuantity::kCurrent);
+constexpr PortQuantity kState = PortQuantity::kState;
 
 // Tried strictly in this order; the first row that matches decides.
 const ValueRow kValueRows[] = {
-    {{"ha_status", kExact}, read_ha_status},
-    {{"systime", kExact}, read_system_time},
-    {{"sysuptime", kExact}, read_uptime},
-    {{"cpuload", kExact}, read_cpu_load},
-    {{"lan_port_status_", kNumber}, read_lan_port_status},
-    {{"lan_ip", kExact}, read_lan_ip},
-    {{"wan_status_", kNumber}, read_wan_status},
-    {{"vpn_status_", kNumber}, read_vpn_status},
-    {{"wans_throughput_in", kExact}, read_throughput, kIn},
-    {{"wans_throughput_out", kExact}, read_throughput, kOut},
-    {{"wans_data_transfer", kExact}, read_data_transfer},
-    {{"local_pmu_status_port_", kUnit}, read_port_quantity, kState, kLocal},
-    {{"ext_pmu_status_port_", kUnit}, read_port_quantity, kState, kExternal},
-    {{"pdu_status_port_", kUnit}, read_port_quantity, kState, kPdu},
-    {{"pmu_port_ctrl_", ItemSuffix::kPortControl}, read_port_control},
-    {{"local_pmu_status_temp_", kUnit}, read_unit_temperature, 0, kLocal},
-    {{"ext_pmu_status_temp_", kUnit}, read_unit_temperature, 0, kExternal},
-    {{"pdu_status_temp_", kUnit}, read_unit_temperature, 0, kPdu},
-    {{"local_pmu_status_in_volt_", kUnit}, read_port_quantity, kInVolt, kLocal},
-    {{"ext_pmu_status_in_volt_", kUnit}, read_port_quantity, kInVolt, kExternal},
-    {{"local_pmu_status_out_volt_", kUnit}, read_port_quantity, kOutVolt, kLocal},
-    {{"ext_pmu_status_out_volt_", kUnit}, read_port_quantity, kOutVolt, kExternal},
-    {{"pdu_status_volt_", kUnit}, read_port_quantity, kVolt, kPdu},
-    {{"local_pmu_status_in_curr_", kUnit}, read_port_quantity, kInCurr, kLocal},
-    {{"ext_pmu_status_in_curr_", kUnit}, read_port_quantity, kInCurr, kExternal},
-    {{"local_pmu_status_out_curr_", kUnit}, read_port_quantity, kOutCurr, kLocal},
-    {{"ext_pmu_status_out_curr_", kUnit}, read_port_quantity, kOutCurr, kExternal},
-    {{"pdu_status_curr_", kUnit}, read_port_quantity, kCurr, kPdu},
-    {{"lan_port_speed", kExact}, read_lan_port_speed},
-    {{"wan_port_speed_", kNumber}, read_wan_port_speed},
-    {{"remote_assist", kExact}, read_remote_assist},
-    {{"pwr_consume_status_input_power", kExact}, read_input_power},
-    {{"pwr_consume_status_battery_", ItemSuffix::kBatteryNumber}, read_battery},
-    {{"pwr_consume_status_battery", kExact}, read_batteries},
-    {{"wifi_ap_status", kExact}, read_wifi_ap},
+    {item::kHaStatus, read_ha_status},
+    {item::kSystemTime, read_system_time},
+    {item::kUptime, read_uptime},
+    {item::kCpuLoad, read_cpu_load},
+    {item::kLanPortStatus, read_lan_port_status},
+    {item::kLanIp, read_lan_ip},
+    {item::kWanStatus, read_wan_status},
+    {item::kVpnStatus, read_vpn_status},
+    {item::kThroughputIn, read_throughput, kState, kLocal, TrafficDirection::kIn},
+    {item::kThroughputOut, read_throughput, kState, kLocal, TrafficDirection::kOut},
+    {item::kDataTransfer, read_data_transfer},
+    {item::kLocalPmuPortState, read_port_quantity, kState, kLocal},
+    {item::kExtPmuPortState, read_port_quantity, kState, kExternal},
+    {item::kPduPortState, read_port_quantity, kState, kPdu},
+    {item::kPortControl, read_port_control},
+    {item::kLocalPmuTemperature, read_unit_temperature, kState, kLocal},
+    {item::kExtPmuTemperature, read_unit_temperature, kState, kExternal},
+    {item::kPduTemperature, read_unit_temperature, kState, kPdu},
+    {item::kLocalPmuInputVoltage, read_port_quantity, PortQuantity::kInputVoltage, kLocal},
+    {item::kExtPmuInputVoltage, read_port_quantity, PortQuantity::kInputVoltage, kExternal},
+    {item::kLocalPmuOutputVoltage, read_port_quantity, PortQuantity::kOutputVoltage, kLocal},
+    {item::kExtPmuOutputVoltage, read_port_quantity, PortQuantity::kOutputVoltage, kExternal},
+    {item::kPduVoltage, read_port_quantity, PortQuantity::kVoltage, kPdu},
+    {item::kLocalPmuInputCurrent, read_port_quantity, PortQuantity::kInputCurrent, kLocal},
+    {item::kExtPmuInputCurrent, read_port_quantity, PortQuantity::kInputCurrent, kExternal},
+    {item::kLocalPmuOutputCurrent, read_port_quantity, PortQuantity::kOutputCurrent, kLocal},
+    {item::kExtPmuOutputCurrent, read_port_quantity, PortQuantity::kOutputCurrent, kExternal},
+    {item::kPduCurrent, read_port_quantity, PortQuantity::kCurrent, kPdu},
+    {item::kLanPortSpeed, read_lan_port_speed},
+    {item::kWanPortSpeed, read_wan_port_speed},
+    {item::kRemoteAssist, read_remote_assist},
+    {item::kInputPower, read_input_power},
+    {item::kBattery, read_battery},
+    {item::kBatteries, read_batteries},
+    {item::kWifiAp, read_wifi_ap},
 };
 
 JsonPtr value_entry(const char* identifier, const char* text) {
-  JsonPtr entry = json_own(json_pack("{ss,ss,si}", "k", identifier, "v", text, "ttl", kItemTtl));
+  JsonPtr entry =
+      json_own(json_pack("{ss,ss,si}", "k", identifier, "v", text, "ttl", kPollSeconds));
   if (!entry) {
     // A text that JSON cannot carry (not UTF-8) still gets its answer.
-    entry = json_own(json_pack("{ss,ss,si}", "k", identifier, "v", "", "ttl", kItemTtl));
+    entry = json_own(json_pack("{ss,ss,si}", "k", identifier, "v", "", "ttl", kPollSeconds));
   }
   return entry;
 }
 
 }  // namespace
+
+const ItemKey* value_read_key(const char* identifier) {
+  std::optional<ItemArgs> args;
+  const ValueRow* row = match_item_row(kValueRows, identifier, &args);
+  return row == nullptr ? nullptr : &row->key;
+}
 
 JsonPtr render_value_item(const char* identifier, const PanelLayout& layout) {
   if (identifier == nullptr || identifier[0] == '\0') {
@@ -168,9 +167,10 @@ JsonPtr render_value_item(const char* identifier, const PanelLayout& layout) {
   }
   std::optional<ItemArgs> args;
   const ValueRow* row = match_item_row(kValueRows, identifier, &args);
-  const Text text = (row == nullptr || !args)
-                        ? std::nullopt
-                        : row->read(ValueRequest{*args, row->arg, row->unit, layout});
+  const Text text =
+      (row == nullptr || !args)
+          ? std::nullopt
+          : row->read(ValueRequest{*args, row->direction, row->quantity, row->unit, layout});
   return value_entry(identifier, text ? text->c_str() : "");
 }
 

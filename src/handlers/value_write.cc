@@ -2,9 +2,9 @@
 
 #include <cstring>
 
-#include "handlers/item_rows.h"
+#include "layout/item_ids.h"
 #include "layout/panel_text.h"
-#include "menus/panel_access.h"
+#include "panel/sign_in.h"
 #include "platform/command.h"
 #include "platform/json_get.h"
 #include "platform/os.h"
@@ -13,18 +13,15 @@
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"
 #include "power/device_commands.h"
+#include "settings/port_media.h"
+#include "settings/remote_assist.h"
 #include "sources/local_api.h"
-#include "status/port_status.h"
 
 namespace tavio {
 namespace {
 
 constexpr char kRebootingMessage[] = "System rebooting...";
 constexpr std::size_t kReloadCommandCapacity = 64;
-constexpr int kGigabit = 1000;
-
-const char* const kPortMedia[] = {"Auto",         "10baseT-FD",   "10baseT-HD",
-                                  "100baseTx-FD", "100baseTx-HD", "1000baseTx-FD"};
 
 /// One answered item, built up as its action runs.
 class Answer {
@@ -184,65 +181,23 @@ struct ActionRow {
 
 // Tried strictly in this order; the first row that matches decides.
 const ActionRow kActionRows[] = {
-    {{"restore_factory", ItemSuffix::kNone}, restore_factory},
-    {{"reboot", ItemSuffix::kNone}, reboot},
-    {{"reset_admin_pwd", ItemSuffix::kNone}, reset_admin_password},
-    {{"remote_assist", ItemSuffix::kNone}, remote_assist},
-    {{"lan_port_speed", ItemSuffix::kNone}, lan_port_speed},
-    {{"wan_port_speed_", ItemSuffix::kNumber}, wan_port_speed},
-    {{"panel_passcode", ItemSuffix::kNone}, panel_passcode},
-    {{"panel_logout", ItemSuffix::kNone}, panel_logout},
-    {{"pmu_port_ctrl_", ItemSuffix::kPortControl}, power_port_switch},
+    {item::kRestoreFactory, restore_factory},
+    {item::kReboot, reboot},
+    {item::kResetAdminPassword, reset_admin_password},
+    {item::kRemoteAssist, remote_assist},
+    {item::kLanPortSpeed, lan_port_speed},
+    {item::kWanPortSpeed, wan_port_speed},
+    {item::kPanelPasscode, panel_passcode},
+    {item::kPanelLogout, panel_logout},
+    {item::kPortControl, power_port_switch},
 };
-
-bool is_port_media(const char* value) {
-  for (const char* media : kPortMedia) {
-    if (std::strcmp(value, media) == 0) {
-      return true;
-    }
-  }
-  return false;
-}
 
 }  // namespace
 
-std::optional<std::string> set_port_media(int port, const char* value) {
-  if (port < 0 || value == nullptr || !is_port_media(value)) {
-    return std::nullopt;
-  }
-  if (std::strcmp(value, "1000baseTx-FD") == 0 && interface_max_speed(port) != kGigabit) {
-    return std::nullopt;
-  }
-  // config.run is what runs now; the change goes to config.active and is then activated.
-  if (port_media_get(port) == value) {
-    return std::string(value);
-  }
-  const TaglistPtr active = load_taglist(kConfigActive);
-  if (!active) {
-    return std::nullopt;
-  }
-  const std::string key =
-      port == 0 ? std::string("LAN_MEDIA") : format_text(kPathCapacity, "PIF%d_MEDIA", port);
-  if (update_taglist_ex(active.get(), key.c_str(), value) != 0 ||
-      save_taglist_ex(active.get(), 1) != 0) {
-    return std::nullopt;
-  }
-  run_in_background({{"saveconfig", {}}, {"activate", {}}});
-  return std::string(value);
-}
-
-std::optional<std::string> set_remote_assist(bool on) {
-  const std::string body = format_text(
-      kLongTextCapacity, "{\"action\":\"remoteAssistance\",\"enable\":%s}", on ? "true" : "false");
-  const ApiResultPtr result = api_post("system.action", body.c_str());
-  if (!result) {
-    return std::nullopt;
-  }
-  const json_t* state = json_object_get(result->response, "remoteAssistance");
-  if (state == nullptr) {
-    return std::nullopt;
-  }
-  return std::string(json_is_true(json_object_get(state, "enable")) ? "On" : "Off");
+const ItemKey* value_write_key(const char* identifier) {
+  std::optional<ItemArgs> args;
+  const ActionRow* row = match_item_row(kActionRows, identifier, &args);
+  return row == nullptr ? nullptr : &row->key;
 }
 
 bool panel_reload(const std::string& serial) {

@@ -8,23 +8,23 @@
 #include <optional>
 #include <string>
 
+#include "layout/item_ids.h"
 #include "tavio/exchange.h"
 #include "tavio/json_ref.h"
 
 namespace tavio {
 
 /// {"type": "valueWrite", "resp": {"list": [...]}} for the request body req, or null.
+/// Writes never look at the sign-in state: the lock is the panel's screen lock, which the
+/// display process enforces by showing only the sign-in menu until the panel signs in.
 [[nodiscard]] JsonPtr handle_value_write(const json_t* req, const Exchange& exchange);
 /// Performs one written item and answers it: {"k", "v", "status"} and, where due, "msg" and
 /// "action_status". Null only for an empty identifier.
 [[nodiscard]] JsonPtr perform_value_action(const Exchange& exchange, const char* identifier,
                                            const char* value);
-/// Sets the media of port (0 the LAN, N WAN port N) in config.active and activates it; the
-/// value on success (also when config.run already holds it: then nothing is written), nothing
-/// when refused.
-[[nodiscard]] std::optional<std::string> set_port_media(int port, const char* value);
-/// Switches remote assistance; "On" or "Off" as the router reports it afterwards, or nothing.
-[[nodiscard]] std::optional<std::string> set_remote_assist(bool on);
+/// The key of the action row that answers identifier (the first that matches in table
+/// order); null when none does.
+[[nodiscard]] const ItemKey* value_write_key(const char* identifier);
 /// Asks the display process, in the background, to reload the panel's screens; false when
 /// the serial is refused as an argument or nothing could be started.
 bool panel_reload(const std::string& serial);

@@ -49,21 +49,30 @@ JsonPtr menu_item_text_raw(const char* id, const char* title, const char* text) 
   return item;
 }
 
-JsonPtr menu_item_entry(const char* id, const char* title, const char* query_type,
-                        const char* access, const char* key, std::int32_t ttl, const char* hint,
-                        JsonPtr selection) {
-  if (is_empty(id) || is_empty(title) || is_empty(query_type) || is_empty(access) ||
-      is_empty(key)) {
+const char* menu_access_word(MenuAccess access) {
+  switch (access) {
+    case MenuAccess::kRead:
+      return "r";
+    case MenuAccess::kWrite:
+      return "w";
+    case MenuAccess::kReadWrite:
+      return "rw";
+  }
+  return "r";
+}
+
+JsonPtr menu_item_entry(const char* id, const char* title, MenuAccess access, const char* key,
+                        std::int32_t ttl, const char* hint, JsonPtr selection) {
+  if (is_empty(id) || is_empty(title) || is_empty(key)) {
     return nullptr;
   }
-  JsonPtr content = json_own(json_pack("{ss,ss,ss}", "qt", query_type, "a", access, "k", key));
+  JsonPtr content =
+      json_own(json_pack("{ss,ss,ss}", "qt", "poll", "a", menu_access_word(access), "k", key));
   if (!content) {
     return nullptr;
   }
-  // Only readable entries are polled, so only "r" and "rw" carry a refresh period.
-  const bool polled =
-      access[0] == 'r' && (access[1] == '\0' || (access[1] == 'w' && access[2] == '\0'));
-  if (polled) {
+  // Only readable entries are polled, so only they carry a refresh period.
+  if (access != MenuAccess::kWrite) {
     json_object_set_new_nocheck(content.get(), "ttl", json_integer(ttl));
   }
   if (!is_empty(hint)) {
@@ -92,7 +101,13 @@ JsonPtr menu_item_submenu(const char* id, const char* title, JsonPtr items) {
 }
 
 JsonPtr menu_item_poll(const char* id, const char* title, const char* key, std::int32_t ttl) {
-  return menu_item_entry(id, title, "poll", "r", key, ttl, nullptr, nullptr);
+  return menu_item_entry(id, title, MenuAccess::kRead, key, ttl, nullptr, nullptr);
+}
+
+JsonPtr menu_item_choice(const char* id, const char* title, const char* hint, MenuAccess access,
+                         const char* key, const char* first, const char* second) {
+  return json_own(json_pack("{ss,ss,s{ss,ss,ss,s[ss]}}", "id", id, "t", title, "c", "ht", hint, "a",
+                            menu_access_word(access), "k", key, "select", first, second));
 }
 
 JsonPtr menu_item_custom_content(const char* text, const PanelLayout& layout) {

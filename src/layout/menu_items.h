@@ -13,6 +13,14 @@
 
 namespace tavio {
 
+/// Seconds the panel shows a polled value before it reads it again.
+constexpr std::int32_t kPollSeconds = 5;
+
+/// What the panel may do with an entry's key ("a"): read it, write it, or both.
+enum class MenuAccess { kRead, kWrite, kReadWrite };
+/// "r", "w" or "rw", as the display reads them.
+[[nodiscard]] const char* menu_access_word(MenuAccess access);
+
 /// {"t": count dashes}; "" for a count of 0 or less.
 [[nodiscard]] JsonPtr menu_item_separator(std::int32_t count);
 /// {"t": title, "c": {"st": text laid out}} plus "id" when given; null without title or text.
@@ -20,11 +28,12 @@ namespace tavio {
                                      const PanelLayout& layout);
 /// As menu_item_text, with the text taken as it is, at any length.
 [[nodiscard]] JsonPtr menu_item_text_raw(const char* id, const char* title, const char* text);
-/// {"id", "t", "c": {"qt", "a", "k"}} with "ttl" for access "r"/"rw", "ht" for a non-empty
-/// hint and "select" (stolen) when given; null when a required text is missing or empty.
-[[nodiscard]] JsonPtr menu_item_entry(const char* id, const char* title, const char* query_type,
-                                      const char* access, const char* key, std::int32_t ttl,
-                                      const char* hint, JsonPtr selection);
+/// {"id", "t", "c": {"qt": "poll", "a", "k"}} with "ttl" for a readable entry, "ht" for a
+/// non-empty hint and "select" (stolen) when given; null when a required text is missing or
+/// empty.
+[[nodiscard]] JsonPtr menu_item_entry(const char* id, const char* title, MenuAccess access,
+                                      const char* key, std::int32_t ttl, const char* hint,
+                                      JsonPtr selection);
 /// A text item of one label and its value laid out for the panel; null when any text is
 /// missing or the laid-out text is empty.
 [[nodiscard]] JsonPtr menu_item_label_value(const char* id, const char* title, const char* label,
@@ -33,7 +42,12 @@ namespace tavio {
 [[nodiscard]] JsonPtr menu_item_submenu(const char* id, const char* title, JsonPtr items);
 /// A read-only entry the panel polls with a value read of key every ttl seconds.
 [[nodiscard]] JsonPtr menu_item_poll(const char* id, const char* title, const char* key,
-                                     std::int32_t ttl);
+                                     std::int32_t ttl = kPollSeconds);
+/// {"id", "t", "c": {"ht": hint, "a", "k": key, "select": [first, second]}}: a choice of two
+/// words the panel writes to key (the first one the harmless one), never polled.
+[[nodiscard]] JsonPtr menu_item_choice(const char* id, const char* title, const char* hint,
+                                       MenuAccess access, const char* key, const char* first,
+                                       const char* second);
 /// A menu array holding {"id": "custom_menu_content", "st": text wrapped}; never null.
 [[nodiscard]] JsonPtr menu_item_custom_content(const char* text, const PanelLayout& layout);
 

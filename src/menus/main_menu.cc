@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "layout/item_ids.h"
 #include "layout/menu_items.h"
 #include "layout/panel_text.h"
 #include "menus/maintenance_menu.h"
@@ -37,8 +38,7 @@ class GroupBuilder {
       json_object_set_new_nocheck(text.get(), "is", json_string("on"));
     }
     json_append(group_.lines.get(), std::move(text));
-    json_append(group_.submenu.get(),
-                menu_item_poll(entry_id.c_str(), title, key.c_str(), kStatusTtl));
+    json_append(group_.submenu.get(), menu_item_poll(entry_id.c_str(), title, key.c_str()));
     total_ += (total_ > 0 ? 1 : 0) + static_cast<long long>(line.size());
   }
 
@@ -89,7 +89,7 @@ JsonPtr wifi_dashboard_item() {
     case WifiApState::kUnsupported:
       return nullptr;
   }
-  return menu_item_poll("wifi_ap_dashboard", title.c_str(), "wifi_ap_status", kStatusTtl);
+  return menu_item_poll("wifi_ap_dashboard", title.c_str(), item::kWifiAp.name);
 }
 
 // The device's name as the title over its laid-out "Device name:" text.
@@ -108,16 +108,15 @@ JsonPtr device_name_dashboard_item(const PanelLayout& layout) {
 
 // Lock screen?  Yes / No
 JsonPtr lock_screen_item() {
-  return json_own(json_pack("{ss,ss,s{ss,ss,ss,s[ss]}}", "id", "panel_logout", "t", "Lock screen",
-                            "c", "ht", "Lock screen?", "a", "w", "k", "panel_logout", "select",
-                            "Yes", "No"));
+  const char* key = item::kPanelLogout.name;
+  return menu_item_choice(key, "Lock screen", "Lock screen?", MenuAccess::kWrite, key, "Yes", "No");
 }
 
 }  // namespace
 
 DashboardGroup wan_dashboard_group(int width, bool cellular) {
   GroupBuilder group(width);
-  const std::optional<WanStatusList> wans = wan_status_collect(nullptr);
+  const std::optional<WanStatusList> wans = wan_status_collect(std::nullopt);
   if (wans) {
     for (const WanStatus& wan : wans->items) {
       if (wan.name.empty() || (wan.type == "gobi") != cellular) {
@@ -125,7 +124,7 @@ DashboardGroup wan_dashboard_group(int width, bool cellular) {
       }
       group.add(wan.name, wan.message.find("Connected") != std::string::npos,
                 format_text(kItemIdCapacity, "dash_wan_status_%d", wan.id), wan.name.c_str(),
-                format_text(kItemIdCapacity, "wan_status_%d", wan.id));
+                format_item_id(item::kWanStatus, {wan.id, ""}));
     }
   }
   return group.finish();
@@ -140,10 +139,10 @@ DashboardGroup vpn_dashboard_group(int width) {
         continue;
       }
       group.add(format_text(kTextCapacity, "%s: %s", vpn.name.c_str(),
-                            vpn.secure != 0 ? "SECURED" : "NOT SECURED"),
+                            vpn.secure ? "SECURED" : "NOT SECURED"),
                 vpn.state.find("ESTABLISHED") != std::string::npos,
                 format_text(kItemIdCapacity, "dash_vpn_status_%d", vpn.id), vpn.name.c_str(),
-                format_text(kItemIdCapacity, "vpn_status_%d", vpn.id));
+                format_item_id(item::kVpnStatus, {vpn.id, ""}));
     }
   }
   return group.finish();
@@ -163,7 +162,7 @@ bool dashboard_items(json_t* menu, const PanelLayout& layout) {
 }
 
 JsonPtr main_menu_items(bool signed_in, const PanelLayout& layout) {
-  const std::optional<WanStatusList> wans = wan_status_collect(nullptr);
+  const std::optional<WanStatusList> wans = wan_status_collect(std::nullopt);
   const WanStatusList* wan_list = wans ? &*wans : nullptr;
   JsonPtr menu = json_own(json_array());
   json_append(menu.get(), build_ha_status_item(layout));

@@ -2,27 +2,24 @@
 
 #include <string>
 
+#include "layout/item_ids.h"
 #include "layout/menu_items.h"
 #include "menus/system_status_menu.h"
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"
-#include "status/port_status.h"
+#include "settings/port_media.h"
 
 namespace tavio {
 namespace {
 
 constexpr std::size_t kHintCapacity = 128;
 constexpr int kEthernet = 1;
-constexpr int kGigabit = 1000;
 
 // The media a WAN port may be set to; gigabit only where the port can run it.
 JsonPtr media_choices(int port) {
   JsonPtr choices = json_own(json_array());
-  if (interface_max_speed(port) == kGigabit) {
-    json_array_append_new(choices.get(), json_string("1000baseTx-FD"));
-  }
-  for (const char* media : {"100baseTx-HD", "100baseTx-FD", "10baseT-HD", "10baseT-FD", "Auto"}) {
-    json_array_append_new(choices.get(), json_string(media));
+  for (const std::string& media : port_media_choices(port)) {
+    json_array_append_new(choices.get(), json_string(media.c_str()));
   }
   return choices;
 }
@@ -31,18 +28,19 @@ JsonPtr media_choices(int port) {
 //   LAN (read only), one entry per Ethernet WAN port
 JsonPtr port_speed_submenu(const WanStatusList* wans, const PanelLayout& layout) {
   JsonPtr items = json_own(json_array());
-  json_append(items.get(), menu_item_poll("lan_port_speed", "LAN", "lan_port_speed", kStatusTtl));
+  json_append(items.get(),
+              menu_item_poll(item::kLanPortSpeed.name, "LAN", item::kLanPortSpeed.name));
   if (wans != nullptr) {
     for (const WanStatus& wan : wans->items) {
       // Cellular and other links have no speed to set.
       if (get_physical_type_ex(get_conn_port_id(wan.id), 0) != kEthernet) {
         continue;
       }
-      const std::string id = format_text(kItemIdCapacity, "wan_port_speed_%d", wan.id);
+      const std::string id = format_item_id(item::kWanPortSpeed, {wan.id, ""});
       const std::string hint = format_text(kHintCapacity, "%s speed?", wan.name.c_str());
       json_append(items.get(),
-                  menu_item_entry(id.c_str(), wan.name.c_str(), "poll", "rw", id.c_str(),
-                                  kStatusTtl, hint.c_str(), media_choices(wan.id)));
+                  menu_item_entry(id.c_str(), wan.name.c_str(), MenuAccess::kReadWrite, id.c_str(),
+                                  kPollSeconds, hint.c_str(), media_choices(wan.id)));
     }
   }
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
@@ -51,10 +49,9 @@ JsonPtr port_speed_submenu(const WanStatusList* wans, const PanelLayout& layout)
 }
 
 // A question the panel asks before it writes key; the first choice is the harmless one.
-JsonPtr confirmation(const char* id, const char* title, const char* hint, const char* access,
+JsonPtr confirmation(const ItemKey& key, const char* title, const char* hint, MenuAccess access,
                      const char* first, const char* second) {
-  return json_own(json_pack("{ss,ss,s{ss,ss,ss,s[ss]}}", "id", id, "t", title, "c", "ht", hint, "a",
-                            access, "k", id, "select", first, second));
+  return menu_item_choice(key.name, title, hint, access, key.name, first, second);
 }
 
 }  // namespace
@@ -62,13 +59,14 @@ JsonPtr confirmation(const char* id, const char* title, const char* hint, const 
 JsonPtr maintenance_menu(const WanStatusList* wans, const PanelLayout& layout) {
   JsonPtr items = json_own(json_array());
   json_append(items.get(), port_speed_submenu(wans, layout));
-  json_append(items.get(), confirmation("reboot", "Reboot", "Reboot?", "w", "No", "Yes"));
-  json_append(items.get(), confirmation("reset_admin_pwd", "Reset Admin Password",
-                                        "Reset to \"pilot\"?", "w", "No", "Yes"));
-  json_append(items.get(), confirmation("restore_factory", "Factory defaults", "Factory defaults?",
-                                        "w", "No", "Yes"));
-  json_append(items.get(), confirmation("remote_assist", "Remote Assistance", "Remote Assistance?",
-                                        "rw", "Off", "On"));
+  const MenuAccess write = MenuAccess::kWrite;
+  json_append(items.get(), confirmation(item::kReboot, "Reboot", "Reboot?", write, "No", "Yes"));
+  json_append(items.get(), confirmation(item::kResetAdminPassword, "Reset Admin Password",
+                                        "Reset to \"pilot\"?", write, "No", "Yes"));
+  json_append(items.get(), confirmation(item::kRestoreFactory, "Factory defaults",
+                                        "Factory defaults?", write, "No", "Yes"));
+  json_append(items.get(), confirmation(item::kRemoteAssist, "Remote Assistance",
+                                        "Remote Assistance?", MenuAccess::kReadWrite, "Off", "On"));
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
   return json_own(json_pack("{ss,ss,si,so}", "id", "maintenance_main", "t", "Maintenance", "sz",
                             layout.font_size, "m", items.release()));

@@ -2,7 +2,9 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
+#include "layout/item_ids.h"
 #include "layout/menu_items.h"
 #include "layout/panel_text.h"
 #include "platform/text_buffer.h"
@@ -27,10 +29,10 @@ JsonPtr identity_item(const char* id, const char* title, const Text& text,
   return text ? menu_item_text(id, title, text->c_str(), layout) : nullptr;
 }
 
-// An entry whose id and key are both format with the record's id.
-JsonPtr numbered_entry(const char* format, int id, const std::string& title) {
-  const std::string key = format_text(kItemIdCapacity, format, id);
-  return menu_item_poll(key.c_str(), title.c_str(), key.c_str(), kStatusTtl);
+// An entry whose id and key are both the family's identifier for the record's id.
+JsonPtr numbered_entry(const ItemKey& family, int id, const std::string& title) {
+  const std::string key = format_item_id(family, {id, ""});
+  return menu_item_poll(key.c_str(), title.c_str(), key.c_str());
 }
 
 // System
@@ -48,10 +50,10 @@ JsonPtr system_submenu(const PanelLayout& layout) {
                                          render_hardware_revision(device, layout), layout));
   json_append(items.get(), identity_item("system_sn", "Serial number",
                                          render_serial_number(device, layout), layout));
-  json_append(items.get(), menu_item_poll("system_time", "System time", "systime", kClockTtl));
   json_append(items.get(),
-              menu_item_poll("system_uptime", "System up time", "sysuptime", kStatusTtl));
-  json_append(items.get(), menu_item_poll("system_cpuload", "CPU Load", "cpuload", kStatusTtl));
+              menu_item_poll("system_time", "System time", item::kSystemTime.name, kClockTtl));
+  json_append(items.get(), menu_item_poll("system_uptime", "System up time", item::kUptime.name));
+  json_append(items.get(), menu_item_poll("system_cpuload", "CPU Load", item::kCpuLoad.name));
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
   return menu_item_submenu("system_sub", "System", std::move(items));
 }
@@ -60,14 +62,14 @@ JsonPtr system_submenu(const PanelLayout& layout) {
 //   Port 1 ... Port N  (the listed LAN ports), IP Address
 JsonPtr lan_submenu(const PanelLayout& layout) {
   JsonPtr items = json_own(json_array());
-  if (const std::optional<PortStatusList> ports = port_status_collect(nullptr)) {
+  if (const std::optional<PortStatusList> ports = port_status_collect(std::nullopt)) {
     for (const PortStatus& port : ports->items) {
       if (!port.name.empty()) {
-        json_append(items.get(), numbered_entry("lan_port_status_%d", port.id, port.name));
+        json_append(items.get(), numbered_entry(item::kLanPortStatus, port.id, port.name));
       }
     }
   }
-  json_append(items.get(), menu_item_poll("system_lan_ip", "IP Address", "lan_ip", kStatusTtl));
+  json_append(items.get(), menu_item_poll("system_lan_ip", "IP Address", item::kLanIp.name));
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
   return menu_item_submenu("lan_status_main", "LAN", std::move(items));
 }
@@ -78,7 +80,7 @@ JsonPtr wan_submenu(const WanStatusList* wans, const PanelLayout& layout) {
   JsonPtr items = json_own(json_array());
   if (wans != nullptr) {
     for (const WanStatus& wan : wans->items) {
-      json_append(items.get(), numbered_entry("wan_status_%d", wan.id, wan.name));
+      json_append(items.get(), numbered_entry(item::kWanStatus, wan.id, wan.name));
     }
   }
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
@@ -92,7 +94,7 @@ JsonPtr vpn_submenu(const PanelLayout& layout) {
   if (const std::optional<VpnStatusList> vpns = vpn_status_collect()) {
     for (const VpnStatus& vpn : vpns->items) {
       if (!vpn.name.empty()) {  // a link state nobody knows is listed all the same
-        json_append(items.get(), numbered_entry("vpn_status_%d", vpn.id, vpn.name));
+        json_append(items.get(), numbered_entry(item::kVpnStatus, vpn.id, vpn.name));
       }
     }
     json_append(items.get(), menu_item_separator(layout.chars_per_line));
@@ -109,12 +111,11 @@ JsonPtr vpn_submenu(const PanelLayout& layout) {
 //   Throughput in, Throughput out, Data transfer'd
 JsonPtr bandwidth_submenu(const PanelLayout& layout) {
   JsonPtr items = json_own(json_array());
-  json_append(items.get(), menu_item_poll("wans_throughput_in", "Throughput in",
-                                          "wans_throughput_in", kStatusTtl));
-  json_append(items.get(), menu_item_poll("wans_throughput_out", "Throughput out",
-                                          "wans_throughput_out", kStatusTtl));
-  json_append(items.get(), menu_item_poll("wans_data_transfer", "Data transfer'd",
-                                          "wans_data_transfer", kStatusTtl));
+  for (const auto& [key, title] : {std::pair{item::kThroughputIn, "Throughput in"},
+                                   std::pair{item::kThroughputOut, "Throughput out"},
+                                   std::pair{item::kDataTransfer, "Data transfer'd"}}) {
+    json_append(items.get(), menu_item_poll(key.name, title, key.name));
+  }
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
   return menu_item_submenu("bw_main", "Bandwidth", std::move(items));
 }
@@ -139,8 +140,9 @@ JsonPtr build_ha_status_item(const PanelLayout& layout) {
     return nullptr;
   }
   return json_own(json_pack("{ss,ss,si,s{ss,ss,si,ss}}", "id", "ha_main", "t", title->c_str(), "sz",
-                            layout.font_size, "c", "qt", "poll", "a", "r", "ttl", kStatusTtl, "k",
-                            "ha_status"));
+                            layout.font_size, "c", "qt", "poll", "a",
+                            menu_access_word(MenuAccess::kRead), "ttl", kPollSeconds, "k",
+                            item::kHaStatus.name));
 }
 
 }  // namespace tavio

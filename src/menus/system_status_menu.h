@@ -9,9 +9,6 @@
 
 namespace tavio {
 
-/// Seconds between two polls of a status entry.
-constexpr int kStatusTtl = 5;
-
 /// The "system_main" tree: System, LAN, WAN (from wans, which may be null), VPN, Bandwidth.
 [[nodiscard]] JsonPtr build_system_status_menu(const WanStatusList* wans,
                                                const PanelLayout& layout);

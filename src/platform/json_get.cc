@@ -29,6 +29,18 @@ json_t* json_member_by_id(const json_t* object, int id) {
   return json_object_get(object, key);
 }
 
-int json_order_id(const json_t* element) { return static_cast<int>(json_integer_value(element)); }
+std::optional<std::vector<OrderedMember>> ordered_members(const json_t* section) {
+  const json_t* order = json_object_get(section, "order");
+  if (!json_is_array(order)) {
+    return std::nullopt;
+  }
+  std::vector<OrderedMember> members;
+  members.reserve(json_array_size(order));
+  for (std::size_t i = 0; i < json_array_size(order); ++i) {
+    const int id = static_cast<int>(json_integer_value(json_array_get(order, i)));
+    members.push_back({id, json_member_by_id(section, id)});
+  }
+  return members;
+}
 
 }  // namespace tavio

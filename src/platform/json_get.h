@@ -5,6 +5,8 @@
 #include <jansson.h>
 
 #include <cstdint>
+#include <optional>
+#include <vector>
 
 namespace tavio {
 
@@ -16,8 +18,16 @@ namespace tavio {
 [[nodiscard]] double jget_real(const json_t* object, const char* key, double def);
 /// The member of object named by id in decimal ("3"), as the API keys its lists; borrowed.
 [[nodiscard]] json_t* json_member_by_id(const json_t* object, int id);
-/// An element of an API "order" array as an id.
-[[nodiscard]] int json_order_id(const json_t* element);
+
+/// One entry of an API section's "order": its id and the section's member of that id
+/// (borrowed; null where the section lacks it).
+struct OrderedMember {
+  int id;
+  const json_t* member;
+};
+/// The members of an API section in the order its "order" array lists them (the API keys its
+/// lists by id and orders them apart); nothing when the section has no "order" array.
+[[nodiscard]] std::optional<std::vector<OrderedMember>> ordered_members(const json_t* section);
 
 }  // namespace tavio
 

@@ -64,20 +64,17 @@ JsonPtr devcmd_list() {
   return json_is_array(list) ? json_share(list) : nullptr;
 }
 
-int devcmd_info(const std::string& serial) {
+std::optional<int> devcmd_info(const std::string& serial) {
   if (serial.empty() || !unit_serial_fits("capwap_cli iotdevinfo %s > ",
                                           "/var/run/dorva/tavio/pmu_info_%d.json", serial)) {
-    return 1;
+    return std::nullopt;
   }
   const JsonPtr answer = device_answer({"iotdevinfo", serial});
   const json_t* attributes = json_object_get(json_object_get(answer.get(), "devinfo"), "attr");
-  if (attributes == nullptr) {
-    return 1;
-  }
   // A missing port count reads as "0": the unit then counts as unreachable.
   const char* count = jget_string(attributes, "port_num", "0");
-  if (count[0] == '\0') {
-    return 1;
+  if (attributes == nullptr || count[0] == '\0') {
+    return std::nullopt;
   }
   return clamp_to_int(std::strtol(count, nullptr, 10));
 }
@@ -94,7 +91,7 @@ std::optional<std::string> devcmd_port_set(const std::string& serial, int port, 
   if (serial.empty()) {
     return std::nullopt;
   }
-  const int count = devcmd_info(serial);
+  const int count = devcmd_info(serial).value_or(kUnknownPortCount);
   if (count < 1 || count < port) {
     return std::nullopt;
   }

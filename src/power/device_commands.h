@@ -23,15 +23,20 @@ namespace tavio {
 /// The device list's "list" array (an empty one too); null when the tool fails or the
 /// answer has no such array.
 [[nodiscard]] JsonPtr devcmd_list();
-/// The unit's port count: "port_num" of its device information; 0 when the answer lacks the
-/// member, 1 on any failure or for an empty serial or an empty "port_num".
-[[nodiscard]] int devcmd_info(const std::string& serial);
+/// The unit's port count: "port_num" of its device information, 0 when the answer lacks the
+/// member; nothing when the tool fails, the serial is empty or refused, or "port_num" is
+/// empty.
+[[nodiscard]] std::optional<int> devcmd_info(const std::string& serial);
 /// The first element of the unit's status report "rpt"; null on any failure.
 [[nodiscard]] JsonPtr devcmd_status(const std::string& serial);
 /// Switches port on or off and confirms it: "ON" or "OFF" as the unit reports the port
 /// afterwards, nothing when the port is beyond the unit's count or the answer disagrees.
 [[nodiscard]] std::optional<std::string> devcmd_port_set(const std::string& serial, int port,
                                                          bool on);
+
+/// The port count taken for a unit whose own count cannot be read: one port, so that its
+/// first port can still be read and switched.
+constexpr int kUnknownPortCount = 1;
 
 /// The type of a product name; unknown models count as integrated PMUs.
 [[nodiscard]] PowerUnitType power_unit_type_of(const char* product);

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "layout/item_ids.h"
 #include "layout/menu_items.h"
 #include "layout/panel_text.h"
 #include "platform/json_get.h"
@@ -16,12 +17,7 @@
 namespace tavio {
 namespace {
 
-constexpr char kInputPowerId[] = "pwr_consume_status_input_power";
-constexpr char kBatteryItemPrefix[] = "pwr_consume_status_battery_";
 constexpr char kNoBatteryStatus[] = "Cannot get battery status.";
-
-// The panel asks for these values again every 5 seconds, like every other status entry.
-constexpr std::int32_t kPollTtl = 5;
 // The battery texts list every figure of every battery, so they get the largest buffer.
 constexpr std::size_t kBatteryTextCapacity = kMaxTextCapacity;
 // One figure with its unit, such as "26.9 degree Cel." or "65534 min".
@@ -43,59 +39,77 @@ std::string minutes_text(std::int32_t minutes) {
                                     : format_text(kFigureCapacity, "%d min", minutes);
 }
 
+// A figure the device reports, read as jget_int reads it; the value the device uses for a
+// figure it does not have counts as left out.
+std::optional<std::int32_t> figure(const json_t* battery, const char* key) {
+  const std::int32_t value = jget_int(battery, key, kAbsent);
+  return value == kAbsent ? std::nullopt : std::optional<std::int32_t>(value);
+}
+
+Battery battery_of(const json_t* battery) {
+  Battery record;
+  record.id = jget_int(battery, "id", 0);
+  record.name = jget_string(battery, "name", "");
+  record.temperature = figure(battery, "bt");
+  record.voltage = figure(battery, "bv");
+  if (json_object_get(battery, "bi") != nullptr) {
+    record.current = jget_int(battery, "bi", 0);
+  }
+  record.minutes_to_full = figure(battery, "batf");
+  record.minutes_to_empty = figure(battery, "bate");
+  record.remaining_mah = figure(battery, "bc");
+  record.full_mah = figure(battery, "bf");
+  return record;
+}
+
 // Name:            Main
 // Temperature:
 //      26.9 degree Cel.
 // Voltage:      12.60 V  ...
 //
-// The device reports tenths of a kelvin, millivolts and milliamperes (negative while the
-// battery discharges); each figure is converted in double precision. Every line but the name
-// starts with "\n", so a battery without a name begins with an empty line, as the panel has
-// always shown it.
-void append_battery(TextBuffer& text, const json_t* battery, std::int32_t current_default,
+// Each figure is converted from the device's tenths of a kelvin, millivolts and milliamperes
+// in double precision. Every line but the name starts with "\n", so a battery without a
+// name begins with an empty line, as the panel has always shown it.
+void append_battery(TextBuffer& text, const Battery& battery, std::int32_t current_default,
                     const PanelLayout& layout) {
   if (!text.empty()) {
     text.append("\n");
   }
-  const char* name = jget_string(battery, "name", "");
-  if (name[0] != '\0') {
-    text.append(layout_label_value("Name:", name, layout));
+  if (!battery.name.empty()) {
+    text.append(layout_label_value("Name:", battery.name, layout));
   }
-  const std::int32_t temperature = jget_int(battery, "bt", kAbsent);
-  if (temperature != kAbsent) {
+  if (battery.temperature) {
     append_line(text, "Temperature:",
                 format_text(kFigureCapacity, "%.1f degree Cel.",
-                            static_cast<double>(temperature) * 0.1 - 273.15),
+                            static_cast<double>(*battery.temperature) * 0.1 - 273.15),
                 layout);
   }
-  const std::int32_t voltage = jget_int(battery, "bv", kAbsent);
-  if (voltage != kAbsent) {
-    append_line(text, "Voltage:",
-                format_text(kFigureCapacity, "%.2f V", static_cast<double>(voltage) * 0.001),
-                layout);
+  if (battery.voltage) {
+    append_line(
+        text, "Voltage:",
+        format_text(kFigureCapacity, "%.2f V", static_cast<double>(*battery.voltage) * 0.001),
+        layout);
   }
   // The magnitude is taken after the conversion, so the lowest 32-bit current has one too.
-  const std::int32_t current = jget_int(battery, "bi", current_default);
+  const std::int32_t current = battery.current.value_or(current_default);
   append_line(
       text, current < 0 ? "Discharging current:" : "Current:",
       format_text(kFigureCapacity, "%.2f A", std::fabs(static_cast<double>(current)) * 0.001),
       layout);
-  const std::int32_t to_full = jget_int(battery, "batf", kAbsent);
-  if (to_full != kAbsent) {
-    append_line(text, "Average time to full:", minutes_text(to_full), layout);
+  if (battery.minutes_to_full) {
+    append_line(text, "Average time to full:", minutes_text(*battery.minutes_to_full), layout);
   }
-  const std::int32_t to_empty = jget_int(battery, "bate", kAbsent);
-  if (to_empty != kAbsent) {
-    append_line(text, "Average time to empty:", minutes_text(to_empty), layout);
+  if (battery.minutes_to_empty) {
+    append_line(text, "Average time to empty:", minutes_text(*battery.minutes_to_empty), layout);
   }
-  const std::int32_t remaining = jget_int(battery, "bc", kAbsent);
-  if (remaining != kAbsent) {
-    append_line(text, "Remain Capacity:", format_text(kFigureCapacity, "%d mAh", remaining),
+  if (battery.remaining_mah) {
+    append_line(text,
+                "Remain Capacity:", format_text(kFigureCapacity, "%d mAh", *battery.remaining_mah),
                 layout);
   }
-  const std::int32_t full = jget_int(battery, "bf", kAbsent);
-  if (full != kAbsent) {
-    append_line(text, "Full Capacity:", format_text(kFigureCapacity, "%d mAh", full), layout);
+  if (battery.full_mah) {
+    append_line(text, "Full Capacity:", format_text(kFigureCapacity, "%d mAh", *battery.full_mah),
+                layout);
   }
 }
 
@@ -112,22 +126,31 @@ std::string battery_rule(const PanelLayout& layout) {
   return layout_wrap(std::string(width, '-'), layout.chars_per_line);
 }
 
-// The batteries of the report, borrowed from it; null without a "bat_info" array.
-const json_t* battery_list(const JsonPtr& report) {
-  const json_t* batteries = json_object_get(report.get(), "bat_info");
-  return json_is_array(batteries) ? batteries : nullptr;
-}
-
 }  // namespace
 
-JsonPtr devcmd_extpower() {
-  return first_report(device_answer({"extpower_status"}));
+std::optional<ExternalPower> extpower_collect() {
+  const JsonPtr report = first_report(device_answer({"extpower_status"}));
+  if (!report) {
+    return std::nullopt;
+  }
+  ExternalPower power;
+  power.source = jget_string(report.get(), "tp", "");
+  power.power = jget_string(report.get(), "pw", "");
+  const json_t* batteries = json_object_get(report.get(), "bat_info");
+  if (json_is_array(batteries)) {
+    power.batteries.emplace();
+    for (std::size_t i = 0; i < json_array_size(batteries); ++i) {
+      power.batteries->push_back(battery_of(json_array_get(batteries, i)));
+    }
+  }
+  return power;
 }
 
 JsonPtr power_consumption_menu_items(const PanelLayout& layout) {
   JsonPtr items = json_own(json_array());
   const std::string title = extpower_source_title();
-  json_append(items.get(), menu_item_poll(kInputPowerId, title.c_str(), kInputPowerId, kPollTtl));
+  json_append(items.get(),
+              menu_item_poll(item::kInputPower.name, title.c_str(), item::kInputPower.name));
   json_append(items.get(), menu_item_submenu("pwr_consume_status_battery_menu_static", "Battery",
                                              battery_menu_items(layout)));
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
@@ -135,40 +158,35 @@ JsonPtr power_consumption_menu_items(const PanelLayout& layout) {
 }
 
 JsonPtr battery_menu_items(const PanelLayout& layout) {
-  const JsonPtr report = devcmd_extpower();
-  const json_t* batteries = battery_list(report);
-  if (batteries == nullptr || json_array_size(batteries) == 0) {
+  const std::optional<ExternalPower> power = extpower_collect();
+  if (!power || !power->batteries || power->batteries->empty()) {
     return menu_item_custom_content(kNoBatteryStatus, layout);
   }
   JsonPtr items = json_own(json_array());
-  for (std::size_t i = 0; i < json_array_size(batteries); ++i) {
-    const json_t* battery = json_array_get(batteries, i);
-    const char* name = jget_string(battery, "name", "");
-    if (name[0] == '\0') {
+  for (const Battery& battery : *power->batteries) {
+    if (battery.name.empty()) {
       continue;  // the panel has nothing to title it with
     }
-    const std::string id =
-        format_text(kItemIdCapacity, "%s%d", kBatteryItemPrefix, jget_int(battery, "id", 0));
-    json_append(items.get(), menu_item_poll(id.c_str(), name, id.c_str(), kPollTtl));
+    const std::string id = format_item_id(item::kBattery, {battery.id, ""});
+    json_append(items.get(), menu_item_poll(id.c_str(), battery.name.c_str(), id.c_str()));
   }
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
   return items;
 }
 
 std::string extpower_source_title() {
-  const JsonPtr report = devcmd_extpower();
-  const char* source = jget_string(report.get(), "tp", "");
-  return format_text(kTextCapacity, "Source: %s", source[0] != '\0' ? source : "Detecting");
+  const std::optional<ExternalPower> power = extpower_collect();
+  const bool known = power && !power->source.empty();
+  return format_text(kTextCapacity, "Source: %s", known ? power->source.c_str() : "Detecting");
 }
 
 std::string extpower_render_input_power(const PanelLayout& layout) {
-  const JsonPtr report = devcmd_extpower();
-  const char* source = jget_string(report.get(), "tp", "");
-  const char* power = jget_string(report.get(), "pw", "");
+  const std::optional<ExternalPower> power = extpower_collect();
   TextBuffer text(kLongTextCapacity);
-  if (source[0] != '\0' && power[0] != '\0') {
-    text.append(layout_label_value(format_text(kTextCapacity, "%s Input Power:", source),
-                                   format_text(kTextCapacity, "%s W", power), layout));
+  if (power && !power->source.empty() && !power->power.empty()) {
+    text.append(
+        layout_label_value(format_text(kTextCapacity, "%s Input Power:", power->source.c_str()),
+                           format_text(kTextCapacity, "%s W", power->power.c_str()), layout));
   }
   // The device names no power while it is still finding out which input feeds the router.
   if (text.empty()) {
@@ -181,16 +199,14 @@ namespace {
 
 // The batteries id selects, or all of them with a rule after each, one after the other.
 std::string render_batteries(std::optional<int> id, const PanelLayout& layout) {
-  const JsonPtr report = devcmd_extpower();
-  const json_t* batteries = battery_list(report);
-  if (batteries == nullptr) {
+  const std::optional<ExternalPower> power = extpower_collect();
+  if (!power || !power->batteries) {
     return no_battery_text(layout);  // shown as it is, not pushed down by the theme
   }
   TextBuffer text(kBatteryTextCapacity);
-  for (std::size_t i = 0; i < json_array_size(batteries); ++i) {
-    const json_t* battery = json_array_get(batteries, i);
+  for (const Battery& battery : *power->batteries) {
     if (id) {
-      if (jget_int(battery, "id", 0) == *id) {
+      if (battery.id == *id) {
         append_battery(text, battery, 0, layout);
       }
       continue;

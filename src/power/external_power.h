@@ -5,15 +5,39 @@
 #ifndef TAVIO_POWER_EXTERNAL_POWER_H
 #define TAVIO_POWER_EXTERNAL_POWER_H
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "tavio/json_ref.h"
 #include "tavio/panel_layout.h"
 
 namespace tavio {
 
-/// The first element of the external-power report "rpt"; null on any failure.
-[[nodiscard]] JsonPtr devcmd_extpower();
+/// One battery as the external-power report lists it; a figure the device leaves out is
+/// nothing.
+struct Battery {
+  int id = 0;
+  std::string name;
+  std::optional<std::int32_t> temperature;  ///< tenths of a kelvin
+  std::optional<std::int32_t> voltage;      ///< millivolts
+  std::optional<std::int32_t> current;      ///< milliamperes, negative while discharging
+  std::optional<std::int32_t> minutes_to_full;
+  std::optional<std::int32_t> minutes_to_empty;
+  std::optional<std::int32_t> remaining_mah;
+  std::optional<std::int32_t> full_mah;
+};
+
+/// The external power input and the batteries.
+struct ExternalPower {
+  std::string source;  ///< the input that feeds the router; "" while the device is finding out
+  std::string power;   ///< its power in watts; "" while unknown
+  std::optional<std::vector<Battery>> batteries;  ///< nothing when the report lists none
+};
+
+/// The external-power report ("capwap_cli extpower_status"); nothing when the tool fails.
+[[nodiscard]] std::optional<ExternalPower> extpower_collect();
 
 /// The power-consumption menu: the input-power entry titled by the source, the "Battery"
 /// submenu and a separator.

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <utility>
 
+#include "layout/item_ids.h"
 #include "layout/menu_items.h"
 #include "layout/panel_text.h"
 #include "platform/json_get.h"
@@ -42,10 +43,9 @@ std::string id_of(const char* format, const char* serial) {
   return format_text(kItemIdCapacity, format, serial);
 }
 
-// The key the panel reads and writes one port's on/off state by; value read and value write
-// take the serial and the port back out of it.
+// The key the panel reads and writes one port's on/off state by.
 std::string port_key(const char* serial, int port) {
-  return format_text(kItemIdCapacity, "%s%s_%d", "pmu_port_ctrl_", serial, port);
+  return format_item_id(item::kPortControl, {port, serial});
 }
 
 // A text item of one label and value whose id is format with the unit's serial.
@@ -130,8 +130,7 @@ std::string frequency_of(const std::string& day_of_month, const std::string& mon
 
 // One control: a read-write choice between "OFF" and "ON", never polled.
 JsonPtr port_control_item(const char* id, const char* title, const std::string& key) {
-  return json_own(json_pack("{ss,ss,s{ss,ss,ss,s[ss]}}", "id", id, "t", title, "c", "ht", title,
-                            "a", "rw", "k", key.c_str(), "select", "OFF", "ON"));
+  return menu_item_choice(id, title, title, MenuAccess::kReadWrite, key.c_str(), "OFF", "ON");
 }
 
 // Schedule (n)

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "layout/item_ids.h"
 #include "layout/menu_items.h"
 #include "platform/json_get.h"
 #include "platform/numbers.h"
@@ -15,8 +16,6 @@
 
 namespace tavio {
 namespace {
-
-constexpr int kStatusTtl = 5;
 
 // A menu node packed with the layout's font size: the top nodes of the power tree.
 JsonPtr sized_node(const char* id, const char* title, JsonPtr items, const PanelLayout& layout) {
@@ -31,10 +30,10 @@ std::string with_serial(const char* format, const std::string& serial) {
   return format_text(kItemIdCapacity, format, serial.c_str());
 }
 
-// A polled entry whose id and key are prefix followed by the serial.
-JsonPtr status_entry(const char* prefix, const std::string& serial, const char* title) {
-  const std::string id = format_text(kItemIdCapacity, "%s%s", prefix, serial.c_str());
-  return menu_item_poll(id.c_str(), title, id.c_str(), kStatusTtl);
+// A polled entry whose id and key are the family's identifier for the unit.
+JsonPtr status_entry(const ItemKey& family, const std::string& serial, const char* title) {
+  const std::string id = format_item_id(family, {0, serial});
+  return menu_item_poll(id.c_str(), title, id.c_str());
 }
 
 // Device Status of a PMU: port states, temperature, input and output figures.
@@ -42,20 +41,20 @@ JsonPtr pmu_status_menu(PowerUnitType type, const std::string& serial, const Pan
   const bool local = type == PowerUnitType::kIntegratedPmu;
   JsonPtr items = json_own(json_array());
   const struct {
-    const char* local_prefix;
-    const char* external_prefix;
+    ItemKey local_family;
+    ItemKey external_family;
     const char* title;
   } rows[] = {
-      {"local_pmu_status_port_", "ext_pmu_status_port_", "Port Status"},
-      {"local_pmu_status_temp_", "ext_pmu_status_temp_", "Temperature"},
-      {"local_pmu_status_in_volt_", "ext_pmu_status_in_volt_", "Input Voltage"},
-      {"local_pmu_status_in_curr_", "ext_pmu_status_in_curr_", "Input Current"},
-      {"local_pmu_status_out_volt_", "ext_pmu_status_out_volt_", "Output Voltage"},
-      {"local_pmu_status_out_curr_", "ext_pmu_status_out_curr_", "Output Current"},
+      {item::kLocalPmuPortState, item::kExtPmuPortState, "Port Status"},
+      {item::kLocalPmuTemperature, item::kExtPmuTemperature, "Temperature"},
+      {item::kLocalPmuInputVoltage, item::kExtPmuInputVoltage, "Input Voltage"},
+      {item::kLocalPmuInputCurrent, item::kExtPmuInputCurrent, "Input Current"},
+      {item::kLocalPmuOutputVoltage, item::kExtPmuOutputVoltage, "Output Voltage"},
+      {item::kLocalPmuOutputCurrent, item::kExtPmuOutputCurrent, "Output Current"},
   };
   for (const auto& row : rows) {
     json_append(items.get(),
-                status_entry(local ? row.local_prefix : row.external_prefix, serial, row.title));
+                status_entry(local ? row.local_family : row.external_family, serial, row.title));
   }
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
   return menu_item_submenu(with_serial("pmu_dev_status_%s", serial).c_str(), "Device Status",
@@ -65,10 +64,10 @@ JsonPtr pmu_status_menu(PowerUnitType type, const std::string& serial, const Pan
 // Device Status of a PDU: port states, temperature, voltage and current.
 JsonPtr pdu_status_menu(const std::string& serial, const PanelLayout& layout) {
   JsonPtr items = json_own(json_array());
-  json_append(items.get(), status_entry("pdu_status_port_", serial, "Port Status"));
-  json_append(items.get(), status_entry("pdu_status_temp_", serial, "Temperature"));
-  json_append(items.get(), status_entry("pdu_status_volt_", serial, "Voltage"));
-  json_append(items.get(), status_entry("pdu_status_curr_", serial, "Current"));
+  json_append(items.get(), status_entry(item::kPduPortState, serial, "Port Status"));
+  json_append(items.get(), status_entry(item::kPduTemperature, serial, "Temperature"));
+  json_append(items.get(), status_entry(item::kPduVoltage, serial, "Voltage"));
+  json_append(items.get(), status_entry(item::kPduCurrent, serial, "Current"));
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
   return menu_item_submenu(with_serial("pmu_dev_status_%s", serial).c_str(), "Device Status",
                            std::move(items));
@@ -232,9 +231,7 @@ JsonPtr pdu_unit_menu(const json_t* record, const PanelLayout& layout) {
   json_append(items.get(), pdu_status_menu(unit->serial, layout));
   json_append(items.get(), pmu_config_menu(PowerUnitType::kPdu, unit->ports, unit->serial.c_str(),
                                            unit->config, management_ports, layout));
-  // The network submenu is only ever built for external PMUs, so a PDU shows none.
-  json_append(items.get(), pmu_network_menu(PowerUnitType::kPdu, unit->serial,
-                                            json_object_get(unit->config, "network"), layout));
+  // Only external PMUs have a network of their own: a PDU shows no network submenu.
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
   return items;
 }

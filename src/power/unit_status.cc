@@ -34,18 +34,15 @@ const QuantityText kQuantities[] = {
     {"Current:", "Current %d:", "i", " A", false},
 };
 
-const char* port_state_word(const char* reported) {
-  return std::strcmp(reported, "1") == 0 ? "ON" : "OFF";
-}
+const char* port_state_word(const std::string& reported) { return reported == "1" ? "ON" : "OFF"; }
 
 // The highest port the report has a key for, so that a unit claiming millions of ports
 // costs no more than the keys it reports.
-long highest_reported_port(const json_t* report, const char* key_prefix) {
+long highest_reported_port(const UnitReport& report, const char* key_prefix) {
   const std::size_t prefix = std::strlen(key_prefix);
   long highest = 0;
-  const char* key = nullptr;
-  const json_t* value = nullptr;
-  json_object_foreach(const_cast<json_t*>(report), key, value) {
+  for (const auto& entry : report) {
+    const char* key = entry.first.c_str();
     if (std::strncmp(key, key_prefix, prefix) == 0 && key[prefix] >= '0' && key[prefix] <= '9') {
       highest = std::max(highest, std::strtol(key + prefix, nullptr, 10));
     }
@@ -53,20 +50,46 @@ long highest_reported_port(const json_t* report, const char* key_prefix) {
   return highest;
 }
 
+const std::string& reported_value(const UnitReport& report, const std::string& key) {
+  static const std::string kNothing;
+  const auto found = report.find(key);
+  return found == report.end() ? kNothing : found->second;
+}
+
+// The report of a unit whose port count allows one: a unit that reports no port is not asked.
+std::optional<UnitReport> port_report(const std::string& serial, int* ports) {
+  *ports = devcmd_info(serial).value_or(kUnknownPortCount);
+  return *ports >= 1 ? unit_report_collect(serial) : std::nullopt;
+}
+
 }  // namespace
+
+std::optional<UnitReport> unit_report_collect(const std::string& serial) {
+  const JsonPtr report = devcmd_status(serial);
+  if (!report) {
+    return std::nullopt;
+  }
+  UnitReport values;
+  const char* key = nullptr;
+  const json_t* value = nullptr;
+  json_object_foreach(report.get(), key, value) {
+    values[key] = json_is_string(value) ? json_string_value(value) : "";
+  }
+  return values;
+}
 
 std::string render_port_quantity(PortQuantity quantity, PowerUnitType type,
                                  const std::string& serial, const PanelLayout& layout) {
   const QuantityText& q = kQuantities[static_cast<int>(quantity)];
   TextBuffer text(kLongTextCapacity);
-  const int ports = devcmd_info(serial);
-  const JsonPtr report = ports >= 1 ? devcmd_status(serial) : nullptr;
+  int ports = 0;
+  const std::optional<UnitReport> report = port_report(serial, &ports);
   if (report) {
-    const long last = std::min<long>(ports, highest_reported_port(report.get(), q.key));
+    const long last = std::min<long>(ports, highest_reported_port(*report, q.key));
     for (int port = 1; port <= last; ++port) {
-      const std::string key = format_text(kValueCapacity, "%s%d", q.key, port);
-      const char* reported = jget_string(report.get(), key.c_str(), "");
-      if (reported[0] == '\0') {
+      const std::string& reported =
+          reported_value(*report, format_text(kValueCapacity, "%s%d", q.key, port));
+      if (reported.empty()) {
         continue;
       }
       // Port 1 opens the text; every later port starts a line, even after a skipped port 1.
@@ -77,7 +100,7 @@ std::string render_port_quantity(PortQuantity quantity, PowerUnitType type,
           ports == 1 ? q.single_label : format_text(kValueCapacity, q.port_label, port);
       const std::string shown = q.unit == nullptr
                                     ? port_state_word(reported)
-                                    : format_text(kValueCapacity, "%s%s", reported, q.unit);
+                                    : format_text(kValueCapacity, "%s%s", reported.c_str(), q.unit);
       text.append(layout_label_value(label, shown, layout));
     }
   }
@@ -94,15 +117,15 @@ std::string render_port_quantity(PortQuantity quantity, PowerUnitType type,
 std::string pmu_render_temperature(PowerUnitType type, const std::string& serial,
                                    const PanelLayout& layout) {
   TextBuffer text(kLongTextCapacity);
-  const JsonPtr report = devcmd_status(serial);
+  const std::optional<UnitReport> report = unit_report_collect(serial);
   if (!report) {
     text.append(power_unit_unreachable_text(type, layout.chars_per_line));
     return text.str();
   }
-  const char* reported = jget_string(report.get(), "t", "");
-  if (reported[0] != '\0') {
+  const std::string& reported = reported_value(*report, "t");
+  if (!reported.empty()) {
     text.append(layout_label_value(
-        "Temperature:", format_text(kValueCapacity, "%s degree Cel.", reported), layout));
+        "Temperature:", format_text(kValueCapacity, "%s degree Cel.", reported.c_str()), layout));
   }
   if (text.empty()) {
     text.append(power_unit_unreachable_text(type, layout.chars_per_line));
@@ -111,36 +134,13 @@ std::string pmu_render_temperature(PowerUnitType type, const std::string& serial
 }
 
 std::string pmu_port_state(const std::string& serial, int port) {
-  const int ports = devcmd_info(serial);
-  const JsonPtr report = ports >= 1 ? devcmd_status(serial) : nullptr;
+  int ports = 0;
+  const std::optional<UnitReport> report = port_report(serial, &ports);
   if (!report || port > ports) {
     return std::string();
   }
-  const std::string key = format_text(kValueCapacity, "s%d", port);
-  const char* reported = jget_string(report.get(), key.c_str(), "");
-  return reported[0] == '\0' ? std::string() : std::string(port_state_word(reported));
-}
-
-void pmu_dump_unit(PowerUnitType type, const std::string& serial, const PanelLayout& layout) {
-  if (serial.empty()) {
-    return;
-  }
-  std::printf("\nPMU temperature:\n%s\n", pmu_render_temperature(type, serial, layout).c_str());
-  std::printf("\nPMU port_num = %d\n", devcmd_info(serial));
-  const struct {
-    const char* title;
-    PortQuantity quantity;
-  } sections[] = {
-      {"PMU Port Status", PortQuantity::kState},
-      {"PMU Input Voltage", PortQuantity::kInputVoltage},
-      {"PMU Output Voltage", PortQuantity::kOutputVoltage},
-      {"PMU Input Current", PortQuantity::kInputCurrent},
-      {"PMU Output Current", PortQuantity::kOutputCurrent},
-  };
-  for (const auto& section : sections) {
-    std::printf("\n%s:\n%s\n", section.title,
-                render_port_quantity(section.quantity, type, serial, layout).c_str());
-  }
+  const std::string& reported = reported_value(*report, format_text(kValueCapacity, "s%d", port));
+  return reported.empty() ? std::string() : std::string(port_state_word(reported));
 }
 
 }  // namespace tavio

@@ -3,6 +3,8 @@
 #ifndef TAVIO_POWER_UNIT_STATUS_H
 #define TAVIO_POWER_UNIT_STATUS_H
 
+#include <map>
+#include <optional>
 #include <string>
 
 #include "tavio/panel_layout.h"
@@ -10,16 +12,11 @@
 
 namespace tavio {
 
-/// What a unit reports per port.
-enum class PortQuantity {
-  kState,          ///< "Port Status:", ON or OFF
-  kInputVoltage,   ///< "Input Voltage:", PMUs
-  kOutputVoltage,  ///< "Output Voltage:", PMUs
-  kInputCurrent,   ///< "Input Current:", PMUs
-  kOutputCurrent,  ///< "Output Current:", PMUs
-  kVoltage,        ///< "Voltage:", PDUs
-  kCurrent,        ///< "Current:", PDUs
-};
+/// A unit's status report: every member by its key ("s1" the state of port 1, "vi2" the input
+/// voltage of port 2, "t" the temperature, ...); a member that is not a text reads "".
+using UnitReport = std::map<std::string, std::string>;
+/// The unit's status report; nothing when the tool fails or reports nothing.
+[[nodiscard]] std::optional<UnitReport> unit_report_collect(const std::string& serial);
 
 /// One line per port that reports the quantity ("Port 2 Status:" with several ports), or the
 /// unit's unreachable message. Voltage and current of a PDU are left as laid out; the PMU
@@ -32,8 +29,6 @@ enum class PortQuantity {
                                                  const PanelLayout& layout);
 /// "ON", "OFF", or "" when the unit or the port cannot be read.
 [[nodiscard]] std::string pmu_port_state(const std::string& serial, int port);
-/// Prints the unit's values for the service dump; nothing for an empty serial.
-void pmu_dump_unit(PowerUnitType type, const std::string& serial, const PanelLayout& layout);
 
 }  // namespace tavio
 

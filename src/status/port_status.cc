@@ -60,9 +60,10 @@ JsonPtr front_panel_ports() {
   return first == nullptr ? nullptr : json_share(first);
 }
 
-int port_shown_as_lan(const json_t* panel_ports, const json_t* wan, int port) {
-  int result = 1;
-  const json_t* order = json_object_get(wan, "order");
+bool port_shown_as_lan(const json_t* panel_ports, const json_t* wan, int port) {
+  bool result = true;
+  const std::vector<OrderedMember> wans =
+      ordered_members(wan).value_or(std::vector<OrderedMember>{});
   for (std::size_t i = 0; i < json_array_size(panel_ports); ++i) {
     const json_t* panel_port = json_array_get(panel_ports, i);
     const char* label = jget_string(panel_port, "label", "");
@@ -70,9 +71,7 @@ int port_shown_as_lan(const json_t* panel_ports, const json_t* wan, int port) {
       continue;
     }
     const int port_id = jget_int(panel_port, "portId", -1);
-    for (std::size_t w = 0; w < json_array_size(order); ++w) {
-      const int wan_id = json_order_id(json_array_get(order, w));
-      const json_t* connection = json_member_by_id(wan, wan_id);
+    for (const auto& [wan_id, connection] : wans) {
       if (!json_is_object(connection) || wan_id != port_id) {
         continue;
       }
@@ -82,38 +81,32 @@ int port_shown_as_lan(const json_t* panel_ports, const json_t* wan, int port) {
       if (as_lan != nullptr) {
         json_unpack(const_cast<json_t*>(as_lan), "b", &flag);
       }
-      result = flag;
+      result = flag != 0;
     }
   }
   return result;
 }
 
-std::optional<PortStatusList> port_status_collect(const char* id_text) {
-  const bool one = id_text != nullptr && id_text[0] != '\0';
-  const std::string query = format_text(kPathCapacity, "?lite=no%s%s", one ? "&id=" : "",
-                                        one ? id_text : "");
+std::optional<PortStatusList> port_status_collect(std::optional<int> id) {
+  const std::string query = id ? format_text(kPathCapacity, "?lite=no&id=%d", *id) : "?lite=no";
   const ApiResultPtr result = api_read("status.port", query);
-  if (!result) {
-    return std::nullopt;
-  }
-  const json_t* lan = json_object_get(result->response, "lan");
-  const json_t* order = json_object_get(lan, "order");
-  if (lan == nullptr || !json_is_array(order)) {
+  const auto lan_ports =
+      result ? ordered_members(json_object_get(result->response, "lan")) : std::nullopt;
+  if (!lan_ports) {
     return std::nullopt;
   }
   const json_t* wan = json_object_get(result->response, "wan");
   const JsonPtr panel_ports = front_panel_ports();
   PortStatusList list;
-  for (std::size_t i = 0; i < json_array_size(order); ++i) {
-    PortStatus port;
-    port.id = json_order_id(json_array_get(order, i));
-    const json_t* entry = json_member_by_id(lan, port.id);
+  for (const auto& [port_id, entry] : *lan_ports) {
     if (entry == nullptr) {
       continue;
     }
+    PortStatus port;
+    port.id = port_id;
     // "enable" and "linkUp" do not decide anything: a port without a link has no speed.
     port.link = cut_text(port_speed_text(jget_string(entry, "speed", "")), kLinkCapacity);
-    if (port_shown_as_lan(panel_ports.get(), wan, port.id) == 0) {
+    if (!port_shown_as_lan(panel_ports.get(), wan, port.id)) {
       continue;
     }
     port.name = format_text(kTextCapacity, "%s %d", "Port", port.id);
@@ -124,8 +117,7 @@ std::optional<PortStatusList> port_status_collect(const char* id_text) {
 
 std::optional<std::string> render_lan_port_status(int port, const PanelLayout& layout) {
   TextBuffer text(kTextCapacity);
-  if (const std::optional<PortStatusList> list =
-          port_status_collect(format_text(kPathCapacity, "%d", port).c_str())) {
+  if (const std::optional<PortStatusList> list = port_status_collect(port)) {
     for (const PortStatus& status : list->items) {
       if (status.id == port && !status.link.empty()) {
         text.append(layout_label_value("LAN Status:", status.link, layout));
@@ -134,35 +126,6 @@ std::optional<std::string> render_lan_port_status(int port, const PanelLayout& l
     }
   }
   return layout_finish(layout, text.str(), kTextCapacity);
-}
-
-std::optional<std::string> port_media_get(int port) {
-  if (port < 0) {
-    return std::nullopt;
-  }
-  const TaglistPtr config = load_taglist(kConfigRun);
-  if (!config) {
-    return std::nullopt;
-  }
-  const char* media = port == 0 ? get_taglist_default_ex(config.get(), "Auto", "LAN_MEDIA")
-                                : get_taglist_default_ex(config.get(), "Auto", "PIF%d_MEDIA", port);
-  return std::string(media);
-}
-
-int interface_max_speed(int port) {
-  const FilePtr file = open_file(HostPath::system(kInterfaceSpeedFile), "r");
-  if (!file) {
-    return 0;
-  }
-  char line[kSpeedLineLength + 1];
-  while (std::fgets(line, sizeof line, file.get()) != nullptr && line[0] != '\0') {
-    int line_port = 0;
-    int speed = 0;
-    if (std::sscanf(line, "%d:%d", &line_port, &speed) == 2 && line_port == port) {
-      return speed;
-    }
-  }
-  return 0;
 }
 
 }  // namespace tavio

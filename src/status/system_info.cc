@@ -1,10 +1,7 @@
 #include "status/system_info.h"
 
-#include <sys/sysinfo.h>
-
-#include <ctime>
-
 #include "layout/panel_text.h"
+#include "platform/clock.h"
 #include "platform/json_get.h"
 #include "platform/text_buffer.h"
 #include "sources/local_api.h"
@@ -38,12 +35,6 @@ std::string uptime_text(long seconds) {
                      (s % 86400) / 3600, (s % 3600) / 60, s % 60);
 }
 
-long system_uptime() {
-  struct sysinfo info {};
-  sysinfo(&info);
-  return info.uptime;
-}
-
 std::optional<std::string> render_uptime(const PanelLayout& layout) {
   TextBuffer text(kTextCapacity);
   text.append(layout_label_value("System Up Time:", uptime_text(system_uptime()), layout));
@@ -51,30 +42,28 @@ std::optional<std::string> render_uptime(const PanelLayout& layout) {
 }
 
 std::optional<std::string> render_system_time(const PanelLayout& layout) {
-  const std::time_t now = std::time(nullptr);
-  char clock[kClockCapacity] = {0};
-  if (const std::tm* local = std::localtime(&now)) {
-    if (std::strftime(clock, sizeof clock, "%Y-%m-%d %H:%M %Z", local) == 0) {
-      clock[0] = '\0';
-    }
-  }
   TextBuffer text(kTextCapacity);
-  text.append(layout_label_value("System time:", clock, layout));
+  text.append(layout_label_value(
+      "System time:", local_time_text("%Y-%m-%d %H:%M %Z", kClockCapacity), layout));
   return layout_finish(layout, text.str(), kTextCapacity);
 }
 
-std::optional<std::string> render_cpu_load(const PanelLayout& layout) {
-  const ApiResultPtr result =
-      api_read("status.system.info", "&infoType=cpuLoad");
-  if (!result) {
-    return std::nullopt;
-  }
-  const json_t* load = json_object_get(result->response, "cpuLoad");
+std::optional<std::string> cpu_load_collect() {
+  const ApiResultPtr result = api_read("status.system.info", "&infoType=cpuLoad");
+  const json_t* load = result ? json_object_get(result->response, "cpuLoad") : nullptr;
   if (load == nullptr) {
     return std::nullopt;
   }
+  return std::string(jget_string(load, "string", ""));
+}
+
+std::optional<std::string> render_cpu_load(const PanelLayout& layout) {
+  const std::optional<std::string> load = cpu_load_collect();
+  if (!load) {
+    return std::nullopt;
+  }
   TextBuffer text(kTextCapacity);
-  text.append(layout_label_value("CPU Load:", jget_string(load, "string", ""), layout));
+  text.append(layout_label_value("CPU Load:", *load, layout));
   return layout_finish(layout, text.str(), kTextCapacity);
 }
 

@@ -14,6 +14,8 @@ namespace tavio {
 [[nodiscard]] std::optional<std::string> render_uptime(const PanelLayout& layout);
 /// "System time:" and the local date, time and zone.
 [[nodiscard]] std::optional<std::string> render_system_time(const PanelLayout& layout);
+/// The CPU load as the router words it ("7%"); nothing when the API fails.
+[[nodiscard]] std::optional<std::string> cpu_load_collect();
 /// "CPU Load:" and the API's load text; nothing when the API fails.
 [[nodiscard]] std::optional<std::string> render_cpu_load(const PanelLayout& layout);
 /// The device's identity; nothing when the API fails.
@@ -32,8 +34,6 @@ namespace tavio {
                                                               const PanelLayout& layout);
 /// The device name alone, collected afresh; nothing when empty.
 [[nodiscard]] std::optional<std::string> device_name_get();
-/// Seconds since the router started, as sysinfo reports them.
-[[nodiscard]] long system_uptime();
 /// The uptime text for a number of seconds, "0 day 00:05:12" (plural from 2 days).
 [[nodiscard]] std::string uptime_text(long seconds);
 

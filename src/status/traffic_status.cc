@@ -14,48 +14,58 @@ constexpr std::size_t kFigureCapacity = 64;
 
 enum class Figure { kDownload, kUpload, kBothWays };
 
-//  WAN1:         1200Kbps
-//  Cellular:      300Kbps
-std::optional<std::string> render_traffic(const char* section_name, Figure figure,
-                                          const PanelLayout& layout) {
+// The traffic section ("bandwidth": current rates, "traffic": data transferred) of every WAN
+// that reports its overall figures; nothing when the API fails or names no unit.
+std::optional<TrafficList> traffic_collect(const char* section_name) {
   const ApiResultPtr result = api_read("status.traffic");
-  if (!result) {
-    return std::nullopt;
-  }
-  const json_t* section = json_object_get(result->response, section_name);
-  const json_t* order = json_object_get(section, "order");
+  const json_t* section = result ? json_object_get(result->response, section_name) : nullptr;
+  const auto wans = ordered_members(section);
   const char* unit = jget_string(section, "unit", "");
-  if (section == nullptr || !json_is_array(order) || unit[0] == '\0') {
+  if (!wans || unit[0] == '\0') {
     return std::nullopt;
   }
-  TextBuffer text(kLongTextCapacity);
-  bool first = true;
-  for (std::size_t i = 0; i < json_array_size(order); ++i) {
-    const json_t* wan = json_member_by_id(section, json_order_id(json_array_get(order, i)));
+  TrafficList list;
+  list.unit = unit;
+  for (const auto& [id, wan] : *wans) {
     const json_t* overall = json_object_get(wan, "overall");
     if (wan == nullptr || overall == nullptr) {
       continue;
     }
-    const std::int32_t download = jget_int(overall, "download", 0);
-    const std::int32_t upload = jget_int(overall, "upload", 0);
-    std::int32_t value = download;
+    list.items.push_back({jget_string(wan, "name", ""), jget_int(overall, "download", 0),
+                          jget_int(overall, "upload", 0)});
+  }
+  return list;
+}
+
+// The router's counters are 32 bits wide and wrap: the panel shows the sum as those counters
+// hold it, and a figure that wrapped negative as the unsigned number it stands for.
+std::string figure_text(std::int32_t value, const std::string& unit) {
+  return format_text(kFigureCapacity, "%llu%s",
+                     static_cast<unsigned long long>(static_cast<long long>(value)), unit.c_str());
+}
+
+//  WAN1:         1200Kbps
+//  Cellular:      300Kbps
+std::optional<std::string> render_traffic(const char* section_name, Figure figure,
+                                          const PanelLayout& layout) {
+  const std::optional<TrafficList> traffic = traffic_collect(section_name);
+  if (!traffic) {
+    return std::nullopt;
+  }
+  TextBuffer text(kLongTextCapacity);
+  for (const WanTraffic& wan : traffic->items) {
+    std::int32_t value = wan.download;
     if (figure == Figure::kUpload) {
-      value = upload;
+      value = wan.upload;
     } else if (figure == Figure::kBothWays) {
-      // The sum stays 32 bits wide, as the router's counters are.
-      value = static_cast<std::int32_t>(static_cast<std::uint32_t>(download) +
-                                        static_cast<std::uint32_t>(upload));
+      value = static_cast<std::int32_t>(static_cast<std::uint32_t>(wan.download) +
+                                        static_cast<std::uint32_t>(wan.upload));
     }
-    // Widened with its sign, then shown unsigned: a negative figure reads as a huge one.
-    const std::string shown =
-        format_text(kFigureCapacity, "%llu%s",
-                    static_cast<unsigned long long>(static_cast<long long>(value)), unit);
-    const std::string label = format_text(kFigureCapacity, "%s:", jget_string(wan, "name", ""));
-    if (!first) {
+    if (&wan != &traffic->items.front()) {
       text.append("\n");
     }
-    first = false;
-    text.append(layout_label_value(label, shown, layout));
+    const std::string label = format_text(kFigureCapacity, "%s:", wan.name.c_str());
+    text.append(layout_label_value(label, figure_text(value, traffic->unit), layout));
   }
   return layout_finish(layout, text.str(), kLongTextCapacity);
 }

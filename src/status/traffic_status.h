@@ -6,6 +6,7 @@
 #include <string>
 
 #include "tavio/panel_layout.h"
+#include "tavio/status_records.h"
 
 namespace tavio {
 

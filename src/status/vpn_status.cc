@@ -31,13 +31,13 @@ const char* state_word(const char* status) {
   return "";
 }
 
-int peer_secure(const json_t* peers, int profile_id) {
-  int secure = 0;
+bool peer_secure(const json_t* peers, int profile_id) {
+  bool secure = false;
   for (std::size_t i = 0; i < json_array_size(peers); ++i) {
     const json_t* peer = json_array_get(peers, i);
     const json_t* flag = json_object_get(peer, "secure");
     if (jget_int(peer, "profileId", -1) == profile_id && flag != nullptr && json_is_true(flag)) {
-      secure = 1;  // a false flag never clears what another peer set
+      secure = true;  // a false flag never clears what another peer set
     }
   }
   return secure;
@@ -47,23 +47,19 @@ int peer_secure(const json_t* peers, int profile_id) {
 
 std::optional<VpnStatusList> vpn_status_collect() {
   const ApiResultPtr result = api_read("status.korvpn");
-  if (!result) {
-    return std::nullopt;
-  }
-  const json_t* profiles = json_object_get(result->response, "profile");
-  const json_t* order = json_object_get(profiles, "order");
-  if (profiles == nullptr || !json_is_array(order)) {
+  const auto profiles =
+      result ? ordered_members(json_object_get(result->response, "profile")) : std::nullopt;
+  if (!profiles) {
     return std::nullopt;
   }
   const json_t* peers = json_object_get(result->response, "peer");
   VpnStatusList list;
-  for (std::size_t i = 0; i < json_array_size(order); ++i) {
-    VpnStatus vpn;
-    vpn.id = json_order_id(json_array_get(order, i));
-    const json_t* profile = json_member_by_id(profiles, vpn.id);
+  for (const auto& [profile_id, profile] : *profiles) {
     if (profile == nullptr) {
       continue;
     }
+    VpnStatus vpn;
+    vpn.id = profile_id;
     vpn.name = jget_string(profile, "name", "");
     vpn.state = state_word(jget_string(profile, "status", ""));
     vpn.secure = peer_secure(peers, vpn.id);
@@ -80,7 +76,7 @@ std::string render_vpn_status(int id, const PanelLayout& layout) {
     for (const VpnStatus& vpn : list->items) {
       if (vpn.id == id) {
         const std::string label = format_text(kLabelCapacity, "%s[%s]:", vpn.name.c_str(),
-                                              vpn.secure == 1 ? "SECURED" : "NOT SECURED");
+                                              vpn.secure ? "SECURED" : "NOT SECURED");
         text.append(layout_label_value(label, vpn.state, layout));
         break;
       }

@@ -99,27 +99,21 @@ void render_one(const WanStatus& wan, const PanelLayout& layout, TextBuffer& tex
 
 }  // namespace
 
-std::optional<WanStatusList> wan_status_collect(const char* id_text) {
-  const bool one = id_text != nullptr && id_text[0] != '\0';
-  // The path and its query are cut together, like the router's path buffer.
-  const std::string path = format_text(kPathCapacity, "%s%s%s", "status.wan.connection",
-                                       one ? "?id=" : "", one ? id_text : "");
+std::optional<WanStatusList> wan_status_collect(std::optional<int> id) {
+  const std::string path =
+      id ? format_text(kPathCapacity, "status.wan.connection?id=%d", *id) : "status.wan.connection";
   const ApiResultPtr result = api_read(path);
-  if (!result) {
-    return std::nullopt;
-  }
-  const json_t* order = json_object_get(result->response, "order");
-  if (!json_is_array(order)) {
+  const auto connections = result ? ordered_members(result->response) : std::nullopt;
+  if (!connections) {
     return std::nullopt;
   }
   WanStatusList list;
-  for (std::size_t i = 0; i < json_array_size(order); ++i) {
-    WanStatus wan;
-    wan.id = json_order_id(json_array_get(order, i));
-    const json_t* connection = json_member_by_id(result->response, wan.id);
+  for (const auto& [connection_id, connection] : *connections) {
     if (connection == nullptr || !json_is_true(json_object_get(connection, "enable"))) {
       continue;
     }
+    WanStatus wan;
+    wan.id = connection_id;
     const char* type = jget_string(connection, "type", "");
     // A modem slot with nothing inserted is not a connection.
     if (std::strcmp(type, "modem") == 0 &&
@@ -137,8 +131,7 @@ std::optional<WanStatusList> wan_status_collect(const char* id_text) {
 }
 
 std::optional<std::string> render_wan_status(int id, const PanelLayout& layout) {
-  const std::optional<WanStatusList> list =
-      wan_status_collect(format_text(kPathCapacity, "%d", id).c_str());
+  const std::optional<WanStatusList> list = wan_status_collect(id);
   if (!list) {
     return std::nullopt;
   }

@@ -10,9 +10,9 @@
 
 namespace tavio {
 
-/// The enabled connections (one with a non-empty id_text, else all); nothing when the API
-/// fails or gives no "order".
-[[nodiscard]] std::optional<WanStatusList> wan_status_collect(const char* id_text);
+/// The enabled connections (the one of id, else all); nothing when the API fails or gives no
+/// "order".
+[[nodiscard]] std::optional<WanStatusList> wan_status_collect(std::optional<int> id);
 /// The panel text of connection id; nothing when the API fails.
 [[nodiscard]] std::optional<std::string> render_wan_status(int id, const PanelLayout& layout);
 

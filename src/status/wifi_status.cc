@@ -9,22 +9,6 @@
 #include "sources/local_api.h"
 
 namespace tavio {
-namespace {}  // namespace
-
-std::optional<std::string> remote_assist_get() {
-  const ApiResultPtr result =
-      api_read("status.system.info", "&infoType=remoteAssistance");
-  if (!result) {
-    return std::nullopt;
-  }
-  const json_t* enable =
-      json_object_get(json_object_get(result->response, "remoteAssistance"), "enable");
-  if (json_is_true(enable)) {
-    return std::string("On");
-  }
-  return std::nullopt;
-}
-
 WifiApState wifi_ap_support() {
   const ApiResultPtr result = api_read("cmd.ap");
   if (!result || !json_is_true(json_object_get(result->response, "support"))) {

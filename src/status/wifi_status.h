@@ -17,8 +17,6 @@ enum class WifiApState : int {
   kUnsupported = 2,
 };
 
-/// "On" while remote assistance is enabled; nothing otherwise (never "Off").
-[[nodiscard]] std::optional<std::string> remote_assist_get();
 /// Whether the router has an access point and whether it is on.
 [[nodiscard]] WifiApState wifi_ap_support();
 /// The names of the enabled networks in WLAN_ORDER; nothing without configuration or order.

@@ -1,5 +1,5 @@
 // Each panel's saved theme and font grid, and the target font size, under a temporary root.
-#include "menus/display_prefs.h"
+#include "panel/display_prefs.h"
 
 #include <gtest/gtest.h>
 
@@ -36,45 +36,42 @@ TEST_F(DisplayPrefsTest, ThemeModeTwoOnlyForExactGoogleInThePanelsOwnFile) {
 }
 
 TEST_F(DisplayPrefsTest, SaveThemeOnlyIntoExistingFile) {
-  EXPECT_EQ(save_theme_setting("SN42", "google"), 1);
+  EXPECT_FALSE(save_theme_setting("SN42", "google"));
   EXPECT_FALSE(root_.exists(kTheme));
   root_.write(kTheme, "KEEP=me\n");
-  EXPECT_EQ(save_theme_setting("SN42", "google"), 1);
+  EXPECT_TRUE(save_theme_setting("SN42", "google"));
   EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kAlternative);
-  EXPECT_EQ(save_theme_setting("SN42", nullptr), 1);
+  EXPECT_TRUE(save_theme_setting("SN42", nullptr));
   EXPECT_EQ(root_.read(kTheme), "KEEP=\"me\"\nSUPPORT_THEME=\"\"\n");
   EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault);
 }
 
-TEST_F(DisplayPrefsTest, MatchTakesFirstFullEntryOfTheSizeAndSavesIt) {
-  std::int32_t chars = -1;
-  std::int32_t lines = -1;
+TEST_F(DisplayPrefsTest, FindTakesFirstFullEntryOfTheSize) {
   const JsonPtr table = parse(R"([{"sz":1,"ln":4,"ch":21},{"sz":2,"ln":0,"ch":21},
                                   {"sz":2,"ln":5,"ch":18},{"sz":2,"ln":6,"ch":16}])");
-  ASSERT_EQ(match_font_settings(table.get(), "SN42", 2, &chars, &lines), 1);
-  EXPECT_EQ(chars, 18);
-  EXPECT_EQ(lines, 5);
-  const JsonPtr expected = json_own(json_pack("{si,si,si}", "sz", 2, "ln", 5, "ch", 18));
-  EXPECT_TRUE(json_equal(parse(root_.read(kFont).value_or("")).get(), expected.get()));
+  const std::optional<FontGrid> grid = find_font_grid(table.get(), 2);
+  ASSERT_TRUE(grid);
+  EXPECT_EQ(grid->chars_per_line, 18);
+  EXPECT_EQ(grid->lines, 5);
+  for (const char* other : {R"([{"sz":3,"ln":6,"ch":16}])", R"([{"sz":2,"ln":5}])", "[]", "{}"}) {
+    EXPECT_FALSE(find_font_grid(parse(other).get(), 2)) << other;
+  }
+  EXPECT_FALSE(find_font_grid(nullptr, 2));
 }
 
-TEST_F(DisplayPrefsTest, NoMatchOrUnwritableGridKeepsFileAndOutputs) {
-  root_.write(kFont, R"({"sz": 1, "ln": 4, "ch": 21})");
-  std::int32_t chars = -1;
-  std::int32_t lines = -1;
-  for (const char* table : {R"([{"sz":3,"ln":6,"ch":16}])", R"([{"sz":2,"ln":5}])", "[]", "{}"}) {
-    EXPECT_EQ(match_font_settings(parse(table).get(), "SN42", 2, &chars, &lines), 0) << table;
-  }
-  EXPECT_EQ(match_font_settings(nullptr, "SN42", 2, &chars, &lines), 0);
-  EXPECT_EQ(root_.read(kFont), R"({"sz": 1, "ln": 4, "ch": 21})");
-  // A match whose grid cannot be saved (the file's name is taken by a folder) is no match.
+TEST_F(DisplayPrefsTest, SavedGridLoadsBackOrTheOldFileStays) {
+  ASSERT_TRUE(save_font_grid("SN42", FontGrid{2, 5, 18}));
+  const JsonPtr expected = json_own(json_pack("{si,si,si}", "sz", 2, "ln", 5, "ch", 18));
+  EXPECT_TRUE(json_equal(parse(root_.read(kFont).value_or("")).get(), expected.get()));
+  const PanelLayout layout = load_font_settings("SN42");
+  EXPECT_EQ(layout.chars_per_line, 18);
+  EXPECT_EQ(layout.lines, 5);
+  // A grid that cannot be saved (the file's name is taken by a folder) is not saved, and a
+  // serial that cannot name a file saves nothing anywhere.
   std::filesystem::remove(root_.host(kFont));
   root_.write(kFont + "/blocker", "");
-  EXPECT_EQ(
-      match_font_settings(parse(R"([{"sz":2,"ln":5,"ch":18}])").get(), "SN42", 2, &chars, &lines),
-      0);
-  EXPECT_EQ(chars, -1);
-  EXPECT_EQ(lines, -1);
+  EXPECT_FALSE(save_font_grid("SN42", FontGrid{2, 5, 18}));
+  EXPECT_FALSE(save_font_grid("../SN42", FontGrid{2, 5, 18}));
 }
 
 TEST_F(DisplayPrefsTest, LoadFontGivesSavedGridOrDefaults) {

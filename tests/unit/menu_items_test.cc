@@ -24,32 +24,31 @@ std::string dump(const JsonPtr& value) {
 
 PanelLayout grid(int theme) { return make_panel_layout(static_cast<ThemeMode>(theme), 1, 21, 4); }
 
-TEST(MenuEntry, TtlOnlyForReadAccessAndHintWhenGiven) {
+TEST(MenuEntry, TtlOnlyForReadableEntriesAndHintWhenGiven) {
   const struct {
-    const char* access;
+    MenuAccess access;
     int ttl;
     const char* hint;
     const char* content;  // the entry's "c" object
-  } cases[] = {{"r", -1, nullptr, R"({"a":"r","k":"k1","qt":"poll","ttl":-1})"},
-               {"rw", 5, "", R"({"a":"rw","k":"k1","qt":"poll","ttl":5})"},
-               {"w", 5, nullptr, R"({"a":"w","k":"k1","qt":"poll"})"},
-               {"rwx", 5, nullptr, R"({"a":"rwx","k":"k1","qt":"poll"})"},
-               {"ro", 5, nullptr, R"({"a":"ro","k":"k1","qt":"poll"})"},
-               {"w", 0, "Press OK", R"({"a":"w","ht":"Press OK","k":"k1","qt":"poll"})"}};
+  } cases[] = {
+      {MenuAccess::kRead, -1, nullptr, R"({"a":"r","k":"k1","qt":"poll","ttl":-1})"},
+      {MenuAccess::kReadWrite, 5, "", R"({"a":"rw","k":"k1","qt":"poll","ttl":5})"},
+      {MenuAccess::kWrite, 5, nullptr, R"({"a":"w","k":"k1","qt":"poll"})"},
+      {MenuAccess::kWrite, 0, "Press OK", R"({"a":"w","ht":"Press OK","k":"k1","qt":"poll"})"}};
   for (const auto& c : cases) {
-    EXPECT_EQ(dump(menu_item_entry("e", "E", "poll", c.access, "k1", c.ttl, c.hint, nullptr)),
+    EXPECT_EQ(dump(menu_item_entry("e", "E", c.access, "k1", c.ttl, c.hint, nullptr)),
               std::string(R"({"c":)") + c.content + R"(,"id":"e","t":"E"})")
-        << c.access << " " << c.ttl;
+        << c.content;
   }
 }
 
 TEST(MenuEntry, MissingRequiredTextGivesNull) {
   const char* const ok = "x";
-  for (int missing = 0; missing < 5; ++missing) {
+  for (int missing = 0; missing < 3; ++missing) {
     for (const char* bad : {static_cast<const char*>(nullptr), ""}) {
-      const char* f[5] = {ok, ok, ok, "r", ok};
+      const char* f[3] = {ok, ok, ok};
       f[missing] = bad;
-      EXPECT_FALSE(menu_item_entry(f[0], f[1], f[2], f[3], f[4], 5, nullptr, nullptr))
+      EXPECT_FALSE(menu_item_entry(f[0], f[1], MenuAccess::kRead, f[2], 5, nullptr, nullptr))
           << "field " << missing;
     }
   }

@@ -1,8 +1,8 @@
 // Router files behind the port-speed screens and the HA title: read afresh at each use.
 #include <gtest/gtest.h>
 
+#include "settings/port_media.h"
 #include "status/lan_ha_status.h"
-#include "status/port_status.h"
 #include "temp_root.h"
 
 namespace tavio {
@@ -12,12 +12,17 @@ using tavio_test::TempRootTest;
 
 class RouterFilesTest : public TempRootTest {};
 
-TEST_F(RouterFilesTest, TopSpeedIsTheFirstLineOfThePort) {
-  EXPECT_EQ(interface_max_speed(3), 0);  // no file
+// Gigabit is offered where the first line of the port in the speed file says 1000.
+TEST_F(RouterFilesTest, GigabitOnlyWhereTheFirstLineOfThePortSaysSo) {
+  const auto offers_gigabit = [](int port) {
+    return port_media_choices(port).front() == "1000baseTx-FD";
+  };
+  EXPECT_FALSE(offers_gigabit(3));  // no file
   root_.write("/etc/corvane_interface_speed", "1:100\nbad line\n3:1000\n3:10\n\n12:1000");
-  EXPECT_EQ(interface_max_speed(3), 1000);
-  EXPECT_EQ(interface_max_speed(12), 1000);
-  EXPECT_EQ(interface_max_speed(2), 0);
+  EXPECT_TRUE(offers_gigabit(3));
+  EXPECT_TRUE(offers_gigabit(12));
+  EXPECT_FALSE(offers_gigabit(2));
+  EXPECT_EQ(port_media_choices(2).size(), 5u);
 }
 
 TEST_F(RouterFilesTest, HaTitleOnlyWhileVrrpIsOn) {

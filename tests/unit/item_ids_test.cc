@@ -1,5 +1,5 @@
 // Reading what follows a row's prefix in an item identifier.
-#include "handlers/item_rows.h"
+#include "layout/item_ids.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // The panel's sign-in state and type, handed from the command line to the request handlers.
-#ifndef TAVIO_PANEL_ACCESS_H
-#define TAVIO_PANEL_ACCESS_H
+#ifndef TAVIO_PANEL_STATE_H
+#define TAVIO_PANEL_STATE_H
 
 namespace tavio {
 

@@ -1,14 +1,14 @@
-#include "menus/panel_access.h"
+#include "panel/sign_in.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <string>
 
+#include "platform/clock.h"
 #include "platform/outside_text.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"
-#include "status/system_info.h"
 
 namespace tavio {
 namespace {
@@ -16,8 +16,6 @@ namespace {
 constexpr char kPasscodeKey[] = "ADMIN_PANEL_PASSCODE";
 constexpr char kLatestAccessKey[] = "LATEST_ACCESS";
 constexpr char kLoginKeycodeKey[] = "MMI_LOGIN_KEYCODE";
-// The keypad sends exactly four characters.
-constexpr int kPasscodeLength = 4;
 
 // Rewrites the panel's existing access file with the two keys.
 bool write_access(const char* serial, const char* latest_access, const char* keycode) {
@@ -94,16 +92,6 @@ const char* panel_access_state_name(PanelAccessState state) {
       return "SIGNED_OUT";
   }
   return "UNKNOWN";
-}
-
-JsonPtr panel_sign_in_menu(const PanelLayout& layout) {
-  JsonPtr menu = json_own(json_array());
-  json_t* content = json_pack("{ss,ss,ss,ss,si,si}", "ht", "Passcode:", "a", "w", "it", "ks", "k",
-                              "panel_passcode", "i_min", kPasscodeLength, "i_max", kPasscodeLength);
-  json_array_append_new(
-      menu.get(), json_pack("{ss,ss,si,so}", "id", "panel_sign_in", "t", "Please sign in", "sz",
-                            layout.font_size, "c", content));
-  return menu;
 }
 
 }  // namespace tavio

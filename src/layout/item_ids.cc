@@ -1,4 +1,4 @@
-#include "handlers/item_rows.h"
+#include "layout/item_ids.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -10,12 +10,27 @@ namespace tavio {
 namespace {
 
 // A unit serial after a status prefix is kept to 31 characters; the unit of a port switch is
-// exactly 14 (the serials the power menus hand out), and the battery number text to 15.
+// exactly 14 characters (the length of the units' serials), and the battery number text 15.
 constexpr std::size_t kUnitSerialCapacity = 32;
 constexpr std::size_t kPortControlUnitLength = 14;
 constexpr std::size_t kBatteryNumberCapacity = 16;
 
 }  // namespace
+
+std::string format_item_id(const ItemKey& key, const ItemArgs& args) {
+  switch (key.suffix) {
+    case ItemSuffix::kNone:
+      return key.name;
+    case ItemSuffix::kNumber:
+    case ItemSuffix::kBatteryNumber:
+      return format_text(kItemIdCapacity, "%s%d", key.name, args.number);
+    case ItemSuffix::kUnitSerial:
+      return format_text(kItemIdCapacity, "%s%s", key.name, args.unit.c_str());
+    case ItemSuffix::kPortControl:
+      return format_text(kItemIdCapacity, "%s%s_%d", key.name, args.unit.c_str(), args.number);
+  }
+  return key.name;
+}
 
 bool item_key_matches(const ItemKey& key, const char* identifier) {
   if (key.suffix == ItemSuffix::kNone) {

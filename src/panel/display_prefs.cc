@@ -1,4 +1,4 @@
-#include "menus/display_prefs.h"
+#include "panel/display_prefs.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -34,21 +34,14 @@ ThemeMode load_theme_mode(const char* serial) {
     return ThemeMode::kDefault;
   }
   const std::string theme = get_taglist_default_ex(settings.get(), "", "SUPPORT_THEME");
-  return theme == "google" ? ThemeMode::kAlternative : ThemeMode::kDefault;
+  return theme == kAlternativeThemeName ? ThemeMode::kAlternative : ThemeMode::kDefault;
 }
 
-ThemeMode narrow_theme_mode(const char* serial, ThemeMode mode) {
-  return load_theme_mode(serial) == mode ? mode : ThemeMode::kDefault;
-}
-
-int save_theme_setting(const char* serial, const char* theme) {
-  // The theme is stored only where the panel's theme file already exists.
+bool save_theme_setting(const char* serial, const char* theme) {
   const TaglistPtr settings = load_panel_taglist(kThemeSettingsFormat, serial);
-  if (settings) {
-    update_taglist_ex(settings.get(), "SUPPORT_THEME", theme == nullptr ? "" : theme);
-    save_taglist_ex(settings.get(), 1);
-  }
-  return 1;
+  return settings &&
+         update_taglist_ex(settings.get(), "SUPPORT_THEME", theme == nullptr ? "" : theme) == 0 &&
+         save_taglist_ex(settings.get(), 1) == 0;
 }
 
 int target_font_size() {
@@ -60,46 +53,27 @@ int target_font_size() {
   return size;
 }
 
-int match_font_settings(const json_t* font_table, const char* serial, std::int32_t font_size,
-                        std::int32_t* chars_per_line, std::int32_t* lines) {
-  if (!json_is_array(font_table) || json_array_size(font_table) == 0) {
-    return 0;
-  }
-  std::int32_t found_lines = 0;
-  std::int32_t found_chars = 0;
-  bool found = false;
-  for (std::size_t i = 0; i < json_array_size(font_table) && !found; ++i) {
+std::optional<FontGrid> find_font_grid(const json_t* font_table, std::int32_t font_size) {
+  for (std::size_t i = 0; i < json_array_size(font_table); ++i) {
     const json_t* font = json_array_get(font_table, i);
-    const std::int32_t size = jget_int(font, "sz", 0);
-    const std::int32_t ln = jget_int(font, "ln", 0);
-    const std::int32_t ch = jget_int(font, "ch", 0);
-    if (size != 0 && ln != 0 && ch != 0 && size == font_size) {
-      found_lines = ln;
-      found_chars = ch;
-      found = true;
+    const FontGrid grid{jget_int(font, "sz", 0), jget_int(font, "ln", 0), jget_int(font, "ch", 0)};
+    if (grid.font_size != 0 && grid.lines != 0 && grid.chars_per_line != 0 &&
+        grid.font_size == font_size) {
+      return grid;
     }
   }
-  if (!found) {
-    return 0;
-  }
-  const JsonPtr saved =
-      json_own(json_pack("{si,si,si}", "sz", font_size, "ln", found_lines, "ch", found_chars));
+  return std::nullopt;
+}
+
+bool save_font_grid(const char* serial, const FontGrid& grid) {
   const std::optional<HostPath> path = font_file(serial);
-  if (!path) {
-    return 0;
+  const JsonPtr saved = json_own(
+      json_pack("{si,si,si}", "sz", grid.font_size, "ln", grid.lines, "ch", grid.chars_per_line));
+  if (!path || !saved) {
+    return false;
   }
-  std::unique_ptr<char, decltype(&std::free)> text(saved ? json_dumps(saved.get(), 0) : nullptr,
-                                                   &std::free);
-  if (!text || !replace_file_atomically(*path, text.get())) {
-    return 0;
-  }
-  if (chars_per_line != nullptr) {
-    *chars_per_line = found_chars;
-  }
-  if (lines != nullptr) {
-    *lines = found_lines;
-  }
-  return 1;
+  std::unique_ptr<char, decltype(&std::free)> text(json_dumps(saved.get(), 0), &std::free);
+  return text && replace_file_atomically(*path, text.get());
 }
 
 PanelLayout load_font_settings(const char* serial, const PanelLayout& unreadable) {
@@ -118,10 +92,6 @@ PanelLayout load_font_settings(const char* serial, const PanelLayout& unreadable
     layout.chars_per_line = ch;
   }
   return layout;
-}
-
-JsonPtr keyset_input_list() {
-  return json_own(json_pack("[{ss,s[s]}]", "tp", "ks", "cl", "0123456789ABCDEF"));
 }
 
 }  // namespace tavio

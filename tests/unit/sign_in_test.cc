@@ -1,5 +1,5 @@
 // The panel's sign-in state from config.run and its access file, and the passcode sign-in.
-#include "menus/panel_access.h"
+#include "panel/sign_in.h"
 
 #include <gtest/gtest.h>
 

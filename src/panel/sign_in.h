@@ -1,12 +1,10 @@
 // The panel's passcode sign-in. When config.run holds a panel passcode the panel is locked
 // until the passcode is typed; each panel's sign-in is kept in its access file in the run
 // directory, since every exchange is a run of its own.
-#ifndef TAVIO_MENUS_PANEL_ACCESS_H
-#define TAVIO_MENUS_PANEL_ACCESS_H
+#ifndef TAVIO_PANEL_SIGN_IN_H
+#define TAVIO_PANEL_SIGN_IN_H
 
-#include "tavio/json_ref.h"
-#include "tavio/panel_access.h"
-#include "tavio/panel_layout.h"
+#include "tavio/panel_state.h"
 
 namespace tavio {
 
@@ -32,8 +30,6 @@ enum class SignInResult {
 
 /// "NORMAL", "SIGNED_IN", "SIGNED_OUT" or "UNKNOWN", for the service dump.
 [[nodiscard]] const char* panel_access_state_name(PanelAccessState state);
-/// The sign-in menu: one passcode entry of four key-set characters.
-[[nodiscard]] JsonPtr panel_sign_in_menu(const PanelLayout& layout);
 
 }  // namespace tavio
 
