@@ -71,7 +71,7 @@ check_tree() {
 DESTDIR=$stage/destdir cmake --install "$build" >"$stage/install1.log" ||
   { cat "$stage/install1.log" >&2; die "cmake --install with DESTDIR failed"; }
 [[ -d $stage/destdir$prefix ]] || die "nothing installed under DESTDIR$prefix"
-leftover=$(cd "$stage/destdir" && find . -type f | grep -v "^\\.$prefix/" || true)
+leftover=$(find "$stage/destdir" -type f ! -path "$stage/destdir$prefix/*")
 [[ -z $leftover ]] || die "files installed outside the prefix: $leftover"
 check_tree "$stage/destdir$prefix"
 
