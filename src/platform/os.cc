@@ -19,10 +19,12 @@ std::string& root_storage() {
   return root;
 }
 
+#ifdef TAVIO_ROOT_OVERRIDE
 bool root_char_allowed(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '/' ||
          c == '.' || c == '_' || c == '-';
 }
+#endif
 
 }  // namespace
 
