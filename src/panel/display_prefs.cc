@@ -17,6 +17,8 @@ namespace tavio {
 namespace {
 
 constexpr int kDefaultTargetFontSize = 2;
+// A saved grid is three small numbers; anything much larger is no grid tavio saved.
+constexpr std::size_t kFontSettingsMaxBytes = 4096;
 
 std::optional<HostPath> font_file(const char* serial) {
   const std::optional<std::string> path = panel_file_path(kFontSettingsFormat, serial);
@@ -78,7 +80,12 @@ bool save_font_grid(const char* serial, const FontGrid& grid) {
 
 PanelLayout load_font_settings(const char* serial, const PanelLayout& unreadable) {
   const std::optional<HostPath> path = font_file(serial);
-  const JsonPtr saved = path ? load_json_file(*path) : nullptr;
+  // Read like the other per-panel files: never through a link, within a bound, not waited on.
+  const std::optional<std::string> text =
+      path ? read_file_limited(*path, kFontSettingsMaxBytes, /*follow_links=*/false)
+           : std::nullopt;
+  const JsonPtr saved =
+      text ? json_own(json_loadb(text->data(), text->size(), 0, nullptr)) : nullptr;
   if (!saved) {
     return PanelLayout{};
   }

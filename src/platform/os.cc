@@ -147,8 +147,16 @@ bool write_file_whole(const HostPath& path, std::string_view text) {
 
 std::optional<std::string> read_file_limited(const HostPath& path, std::size_t max_bytes,
                                              bool follow_links) {
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | (follow_links ? 0 : O_NOFOLLOW));
+  // Opened without blocking: a FIFO placed at the name must not hang the run, and anything
+  // but a regular file is no file tavio reads.
+  const int fd = ::open(path.c_str(),
+                        O_RDONLY | O_CLOEXEC | O_NONBLOCK | (follow_links ? 0 : O_NOFOLLOW));
   if (fd < 0) {
+    return std::nullopt;
+  }
+  struct stat info {};
+  if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+    ::close(fd);
     return std::nullopt;
   }
   std::string text;
@@ -170,8 +178,9 @@ std::optional<std::string> read_file_limited(const HostPath& path, std::size_t m
 
 int process_id() { return static_cast<int>(::getpid()); }
 
-JsonPtr load_json_file(const HostPath& path) {
-  return json_own(json_load_file(path.c_str(), 0, nullptr));
+bool is_plain_file(const HostPath& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
 }
 
 }  // namespace tavio

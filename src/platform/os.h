@@ -55,16 +55,16 @@ bool replace_file_atomically(const HostPath& final_path, std::string_view text);
 /// Creates path (which must not exist; a link is never followed) holding exactly text; when
 /// it cannot be written whole nothing is left at path.
 bool write_file_whole(const HostPath& path, std::string_view text);
-/// The whole file when it holds at most max_bytes; nothing when it is larger or unreadable
-/// (or, without follow_links, a link).
+/// The whole file when it is a regular file of at most max_bytes; nothing when it is larger,
+/// unreadable, not a regular file (a FIFO, a device) or, without follow_links, a link.
 [[nodiscard]] std::optional<std::string> read_file_limited(const HostPath& path,
                                                            std::size_t max_bytes,
                                                            bool follow_links = true);
 /// The process id, which names this run's temporary files.
 [[nodiscard]] int process_id();
 
-/// json_load_file with flags 0; null when the file is missing or not JSON.
-[[nodiscard]] JsonPtr load_json_file(const HostPath& path);
+/// True for a regular file that is not a link.
+[[nodiscard]] bool is_plain_file(const HostPath& path);
 
 }  // namespace tavio
 

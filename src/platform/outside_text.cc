@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "platform/os.h"
 #include "platform/text_buffer.h"
 
 namespace tavio {
@@ -39,8 +40,10 @@ std::optional<std::string> panel_file_path(const char* format, const char* seria
 }
 
 TaglistPtr load_panel_taglist(const char* format, const char* serial) {
+  // The run directory is shared by every panel: a link or a FIFO placed at a panel's name is
+  // no settings file, and never followed or waited on.
   const std::optional<std::string> path = panel_file_path(format, serial);
-  return path ? load_taglist(path->c_str()) : nullptr;
+  return path && is_plain_file(HostPath::system(*path)) ? load_taglist(path->c_str()) : nullptr;
 }
 
 }  // namespace tavio

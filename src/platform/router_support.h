@@ -42,21 +42,6 @@ int insert_numlist(numlist_t* list, int number);
 /** Frees the list; null is ignored. */
 void free_numlist(numlist_t* list);
 
-/* ---- counted list of texts ---- */
-typedef struct iplist {
-  int count;
-  char** items;
-} iplist_t;
-
-/** Makes the list empty (it must not hold anything yet). */
-void init_iplist(iplist_t* list);
-/** Appends a copy of text; 0 on success, -1 on failure. */
-int insert_iplist(iplist_t* list, const char* text);
-/** The texts joined with separator, as a new heap string the caller frees; null on failure. */
-char* serialize_iplist(const iplist_t* list, const char* separator);
-/** Frees the texts and empties the list (the list itself belongs to the caller). */
-void free_iplist(iplist_t* list);
-
 /* ---- port lookups ---- */
 /** The connection port identifier of a front-panel port number. */
 int get_conn_port_id(int port);

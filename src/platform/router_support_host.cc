@@ -119,34 +119,25 @@ taglist_t* load_taglist_ex(const char* path, int /*mode*/, int /*flags*/) {
     return nullptr;
   }
   try {
-    tavio::FilePtr file = tavio::open_file(tavio::HostPath::system(path), "r");
-    if (!file) {
+    const std::optional<std::string> text =
+        tavio::read_file_limited(tavio::HostPath::system(path), tavio::kTaglistFileMax);
+    if (!text) {
       return nullptr;
     }
     auto list = std::make_unique<taglist>();
     list->path = path;
-    std::string line;
     std::string key;
     std::string value;
-    bool reading = true;
-    std::size_t size = 0;
-    while (reading) {
-      const int c = std::fgetc(file.get());
-      if (++size > tavio::kTaglistFileMax) {
-        return nullptr;
+    std::size_t start = 0;
+    while (start <= text->size()) {
+      std::size_t end = text->find('\n', start);
+      if (end == std::string::npos) {
+        end = text->size();
       }
-      if (c != EOF && c != '\n') {
-        line.push_back(static_cast<char>(c));
-        continue;
-      }
-      reading = c != EOF;
-      if (tavio::parse_taglist_line(line, &key, &value)) {
+      if (tavio::parse_taglist_line(text->substr(start, end - start), &key, &value)) {
         tavio::set_entry(list.get(), key, value);
       }
-      line.clear();
-    }
-    if (std::ferror(file.get())) {
-      return nullptr;
+      start = end + 1;
     }
     return list.release();
   } catch (...) {
@@ -255,61 +246,6 @@ void free_numlist(numlist_t* list) {
     std::free(list->nums);
     std::free(list);
   }
-}
-
-void init_iplist(iplist_t* list) {
-  if (list != nullptr) {
-    list->count = 0;
-    list->items = nullptr;
-  }
-}
-
-int insert_iplist(iplist_t* list, const char* text) {
-  if (list == nullptr || text == nullptr) {
-    return -1;
-  }
-  char* copy = strdup(text);
-  if (copy == nullptr) {
-    return -1;
-  }
-  void* grown =
-      std::realloc(list->items, sizeof(char*) * static_cast<std::size_t>(list->count + 1));
-  if (grown == nullptr) {
-    std::free(copy);
-    return -1;
-  }
-  list->items = static_cast<char**>(grown);
-  list->items[list->count++] = copy;
-  return 0;
-}
-
-char* serialize_iplist(const iplist_t* list, const char* separator) {
-  if (list == nullptr) {
-    return nullptr;
-  }
-  try {
-    std::string joined;
-    for (int i = 0; i < list->count; ++i) {
-      if (i > 0 && separator != nullptr) {
-        joined += separator;
-      }
-      joined += list->items[i];
-    }
-    return strdup(joined.c_str());
-  } catch (...) {
-    return nullptr;
-  }
-}
-
-void free_iplist(iplist_t* list) {
-  if (list == nullptr) {
-    return;
-  }
-  for (int i = 0; i < list->count; ++i) {
-    std::free(list->items[i]);
-  }
-  std::free(list->items);
-  init_iplist(list);
 }
 
 int get_conn_port_id(int port) { return port; }

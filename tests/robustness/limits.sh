@@ -78,6 +78,29 @@ run "no run directory" "^Success to generate output file" -i "$work/read.json" -
 grep -q '"v":""' "$out" || fail "no run directory: $(cat "$out")"
 mv "$work/rundir" "$root/var/run/dorva/tavio"
 
+# Only the usage text for an option the panel does not know: no complaint of the parser.
+check_standins "$repo/sim/bin" || exit 1
+"${emulator[@]}" "$binary" --help >"$work/stdout" 2>"$work/stderr" </dev/null || true
+[[ $(head -n 1 "$work/stdout") == "Tavio Usage" && ! -s $work/stderr ]] ||
+  fail "--help: $(head -c 200 "$work/stderr") $(head -n 1 "$work/stdout")"
+
+# A FIFO (or a link) where a panel's own files belong is no settings file: never waited on.
+rundir=$root/var/run/dorva/tavio
+mv "$rundir/panel_access_PNL-IN.status" "$work/access.saved"
+mkfifo "$rundir/panel_access_PNL-IN.status" "$rundir/mmi_font_settings_PNL-IN.json"
+run "FIFOs at a panel's files" "^Success to generate output file" -i "$work/read.json" \
+  -o "$out" -s PNL-IN -K
+rm "$rundir/panel_access_PNL-IN.status" "$rundir/mmi_font_settings_PNL-IN.json"
+mv "$work/access.saved" "$rundir/panel_access_PNL-IN.status"
+
+# A reader that goes away after three lines of the dump leaves no temporary file behind (the
+# pipeline ends when tavio does).
+check_standins "$repo/sim/bin" || exit 1
+{ "${emulator[@]}" "$binary" -d 2>/dev/null </dev/null | head -n 3 >/dev/null; } || true
+if [[ -n $(find "$rundir" -name 'wget_*') ]]; then
+  fail "dump with a closed pipe: temporary files left: $(ls "$rundir")"
+fi
+
 # A full file system: the response is not left behind cut. Needs a mount namespace.
 if unshare -m true 2>/dev/null; then
   python3 - "$work" <<'PY'
