@@ -1,60 +1,138 @@
-// Reading what follows a row's prefix in an item identifier.
+// Item identifiers: what a menu hands out, parsed back by the value-read and value-write
+// tables, must land on the same row with the same arguments; where the reading keeps less
+// than a menu wrote (long unit serials), the cut is the one the panel has always seen.
 #include "layout/item_ids.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
+#include "handlers/value_read.h"
+#include "handlers/value_write.h"
+
 namespace tavio {
 namespace {
 
-struct Row {
+const std::string kSerial14 = "PMU1A2B3C4D5E6";
+
+// Every key with arguments a menu hands out for it.
+struct Family {
   ItemKey key;
+  ItemArgs args;
+  bool read;   // a value-read row answers it
+  bool write;  // a value-write row answers it
 };
 
-const Row kRows[] = {
-    {{"lan_ip", ItemSuffix::kNone}},
-    {{"wan_status_", ItemSuffix::kNumber}},
-    {{"pdu_status_port_", ItemSuffix::kUnitSerial}},
-    {{"pmu_port_ctrl_", ItemSuffix::kPortControl}},
-    {{"pwr_consume_status_battery_", ItemSuffix::kBatteryNumber}},
-    {{"pwr_consume_status_battery", ItemSuffix::kNone}},
+const Family kFamilies[] = {
+    {item::kHaStatus, {}, true, false},
+    {item::kSystemTime, {}, true, false},
+    {item::kUptime, {}, true, false},
+    {item::kCpuLoad, {}, true, false},
+    {item::kLanPortStatus, {4, ""}, true, false},
+    {item::kLanIp, {}, true, false},
+    {item::kWanStatus, {22, ""}, true, false},
+    {item::kVpnStatus, {7, ""}, true, false},
+    {item::kThroughputIn, {}, true, false},
+    {item::kThroughputOut, {}, true, false},
+    {item::kDataTransfer, {}, true, false},
+    {item::kWifiAp, {}, true, false},
+    {item::kRemoteAssist, {}, true, true},
+    {item::kLanPortSpeed, {}, true, true},
+    {item::kWanPortSpeed, {3, ""}, true, true},
+    {item::kRestoreFactory, {}, false, true},
+    {item::kReboot, {}, false, true},
+    {item::kResetAdminPassword, {}, false, true},
+    {item::kPanelPasscode, {}, false, true},
+    {item::kPanelLogout, {}, false, true},
+    {item::kLocalPmuPortState, {0, kSerial14}, true, false},
+    {item::kExtPmuPortState, {0, kSerial14}, true, false},
+    {item::kPduPortState, {0, kSerial14}, true, false},
+    {item::kLocalPmuTemperature, {0, kSerial14}, true, false},
+    {item::kExtPmuTemperature, {0, kSerial14}, true, false},
+    {item::kPduTemperature, {0, kSerial14}, true, false},
+    {item::kLocalPmuInputVoltage, {0, kSerial14}, true, false},
+    {item::kExtPmuInputVoltage, {0, kSerial14}, true, false},
+    {item::kLocalPmuOutputVoltage, {0, kSerial14}, true, false},
+    {item::kExtPmuOutputVoltage, {0, kSerial14}, true, false},
+    {item::kPduVoltage, {0, kSerial14}, true, false},
+    {item::kLocalPmuInputCurrent, {0, kSerial14}, true, false},
+    {item::kExtPmuInputCurrent, {0, kSerial14}, true, false},
+    {item::kLocalPmuOutputCurrent, {0, kSerial14}, true, false},
+    {item::kExtPmuOutputCurrent, {0, kSerial14}, true, false},
+    {item::kPduCurrent, {0, kSerial14}, true, false},
+    {item::kPortControl, {3, kSerial14}, true, true},
+    {item::kInputPower, {}, true, false},
+    {item::kBattery, {2, ""}, true, false},
+    {item::kBatteries, {}, true, false},
 };
 
-TEST(ItemRows, SuffixesReadAsTheirRowSays) {
-  const std::string long_serial(40, 'S');
+TEST(ItemIds, WhatAMenuHandsOutComesBackToItsOwnRowWithItsArguments) {
+  for (const Family& family : kFamilies) {
+    const std::string id = format_item_id(family.key, family.args);
+    SCOPED_TRACE(id);
+    const ItemKey* read_row = value_read_key(id.c_str());
+    const ItemKey* write_row = value_write_key(id.c_str());
+    EXPECT_EQ(read_row != nullptr && read_row->name == family.key.name, family.read);
+    EXPECT_EQ(write_row != nullptr && write_row->name == family.key.name, family.write);
+    const std::optional<ItemArgs> args = read_item_suffix(family.key, id.c_str());
+    ASSERT_TRUE(args);
+    EXPECT_EQ(args->number, family.args.number);
+    EXPECT_EQ(args->unit, family.args.unit);
+  }
+}
+
+// Longer serials come back as the reading keeps them; a port control reads exactly 14
+// characters, so another length moves the port.
+TEST(ItemIds, LongSerialsComeBackCutAsTheReadingKeepsThem) {
+  const std::string serial40(40, 'S');
   const struct {
-    std::string identifier;
-    int row;  // index into kRows, -1 for no row
+    ItemKey key;
+    ItemArgs written;
+    ItemArgs read;
+  } cases[] = {
+      {item::kPduPortState, {0, serial40}, {0, std::string(31, 'S')}},
+      {item::kPortControl, {3, kSerial14}, {3, kSerial14}},
+      {item::kPortControl, {3, "ABC"}, {0, "ABC_3"}},
+      {item::kPortControl, {12, "ABCDEFGHIJKLM"}, {2, "ABCDEFGHIJKLM_"}},
+      // The identifier itself is cut to 63 characters, as the menus' buffers cut it.
+      {item::kPortControl, {5, serial40 + serial40}, {0, std::string(14, 'S')}},
+  };
+  for (const auto& c : cases) {
+    const std::string id = format_item_id(c.key, c.written);
+    SCOPED_TRACE(id);
+    EXPECT_LE(id.size(), 63u);
+    const std::optional<ItemArgs> args = read_item_suffix(c.key, id.c_str());
+    ASSERT_TRUE(args);
+    EXPECT_EQ(args->number, c.read.number);
+    EXPECT_EQ(args->unit, c.read.unit);
+  }
+}
+
+TEST(ItemIds, SuffixesThatDoNotReadAndNamesThatDoNotMatch) {
+  const struct {
+    const char* identifier;
+    bool read_row;
     bool reads;
     int number;
-    std::string unit;
   } cases[] = {
-      {"lan_ip", 0, true, 0, ""},
-      {"lan_ipx", -1, false, 0, ""},
-      {"wan_status_2x", 1, true, 2, ""},
-      {"wan_status_ -7", 1, true, -7, ""},
-      {"wan_status_x", 1, false, 0, ""},
-      {"wan_status_99999999999", 1, true, 2147483647, ""},
-      {"pdu_status_port_" + long_serial, 2, true, 0, std::string(31, 'S')},
-      {"pmu_port_ctrl_ABCDEFGHIJKLMN_3", 3, true, 3, "ABCDEFGHIJKLMN"},
-      // A shorter unit serial puts the port somewhere else; nothing is read past the end.
-      {"pmu_port_ctrl_ABC_3", 3, true, 0, "ABC_3"},
-      {"pmu_port_ctrl_ABCDEFGHIJKLM_12", 3, true, 2, "ABCDEFGHIJKLM_"},
-      {"pwr_consume_status_battery_2", 4, true, 2, ""},
-      {"pwr_consume_status_battery_x", 4, true, 0, ""},
-      {"pwr_consume_status_battery_-1", 4, false, 0, ""},
-      {"pwr_consume_status_battery", 5, true, 0, ""},
+      {"lan_ipx", false, false, 0},
+      {"wan_status_2x", true, true, 2},
+      {"wan_status_ -7", true, true, -7},
+      {"wan_status_x", true, false, 0},
+      {"wan_status_99999999999", true, true, 2147483647},
+      {"pwr_consume_status_battery_x", true, true, 0},
+      {"pwr_consume_status_battery_-1", true, false, 0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.identifier);
-    std::optional<ItemArgs> args;
-    const Row* row = match_item_row(kRows, c.identifier.c_str(), &args);
-    EXPECT_EQ(row == nullptr ? -1 : static_cast<int>(row - kRows), c.row);
-    EXPECT_EQ(args.has_value(), c.reads);
-    if (args) {
-      EXPECT_EQ(args->number, c.number);
-      EXPECT_EQ(args->unit, c.unit);
+    const ItemKey* row = value_read_key(c.identifier);
+    EXPECT_EQ(row != nullptr, c.read_row);
+    if (row != nullptr) {
+      const std::optional<ItemArgs> args = read_item_suffix(*row, c.identifier);
+      EXPECT_EQ(args.has_value(), c.reads);
+      if (args) {
+        EXPECT_EQ(args->number, c.number);
+      }
     }
   }
 }

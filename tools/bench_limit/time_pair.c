@@ -1,0 +1,79 @@
+/* Times one pair: an exchange, then its limit, each from its start to its end.
+ *
+ *   time_pair EXCHANGE_COMMAND... -- LIMIT_COMMAND...
+ *
+ * Both commands (absolute paths, not looked up) start with standard input, output and error on
+ * /dev/null and must exit with status 0. Prints one line: the exchange's wall time, the
+ * limit's wall time, the exchange's processor time and the limit's, in seconds. Processor
+ * time is user plus system time of the command and of every process it waited for (wait4),
+ * so it counts the tools too; unlike wall time it hardly changes when other work shares the
+ * machine. Exit status 0, 1 when a command failed, 2 for a bad command line. The caller takes
+ * pairs one after the other, so that whatever else loads the machine falls on both alike.
+ */
+#define _DEFAULT_SOURCE /* wait4 */
+
+#include <errno.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <stdio.h>
+#include <string.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+extern char** environ;
+
+static double now(void) {
+  struct timespec at;
+  clock_gettime(CLOCK_MONOTONIC, &at);
+  return (double)at.tv_sec + (double)at.tv_nsec / 1e9;
+}
+
+static double seconds(struct timeval time) {
+  return (double)time.tv_sec + (double)time.tv_usec / 1e6;
+}
+
+/* Runs ARGV to its end and sets its wall and processor times in seconds; 0, or -1 when it
+ * could not be started or did not exit with status 0. */
+static int timed_run(char** argv, const posix_spawn_file_actions_t* actions, double* wall,
+                     double* processor) {
+  const double start = now();
+  pid_t pid;
+  if (posix_spawn(&pid, argv[0], actions, NULL, argv, environ) != 0) return -1;
+  int status;
+  struct rusage usage;
+  while (wait4(pid, &status, 0, &usage) < 0) {
+    if (errno != EINTR) return -1;
+  }
+  *wall = now() - start;
+  *processor = seconds(usage.ru_utime) + seconds(usage.ru_stime);
+  return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? 0 : -1;
+}
+
+int main(int argc, char** argv) {
+  int split = 1;
+  while (split < argc && strcmp(argv[split], "--") != 0) ++split;
+  if (split == 1 || split + 1 >= argc) {
+    fputs("usage: time_pair EXCHANGE_COMMAND... -- LIMIT_COMMAND...\n", stderr);
+    return 2;
+  }
+  argv[split] = NULL;
+
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+    posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", O_RDWR, 0);
+  }
+  double wall[2], processor[2];
+  const int exchange = timed_run(argv + 1, &actions, &wall[0], &processor[0]);
+  const int limit = timed_run(argv + split + 1, &actions, &wall[1], &processor[1]);
+  posix_spawn_file_actions_destroy(&actions);
+  if (exchange != 0 || limit != 0) {
+    fprintf(stderr, "time_pair: the %s failed\n", exchange != 0 ? "exchange" : "limit");
+    return 1;
+  }
+  printf("%.6f %.6f %.6f %.6f\n", wall[0], wall[1], processor[0], processor[1]);
+  return 0;
+}
