@@ -11,14 +11,16 @@
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"
 #include "platform/json_get.h"
+#include "platform/json_text.h"
 #include "platform/os.h"
 #include "platform/text_buffer.h"
 
 namespace tavio {
 namespace {
 
-// Responses go out compact: no indentation, no key sorting, no ASCII escaping.
-constexpr std::size_t kResponseFlags = JSON_COMPACT;
+// The document written last, kept until the process ends: the system takes the whole
+// process's memory back at once, cheaper than freeing a large menu node by node.
+json_t* g_written_document = nullptr;
 
 struct RequestType {
   const char* name;
@@ -36,13 +38,12 @@ const RequestType kRequestTypes[] = {
 // be written completely (a full file system) leaves no file rather than a cut one.
 bool write_response(const json_t* document, const char* output_path) {
   const HostPath output = HostPath::as_given(output_path);
-  std::unique_ptr<char, decltype(&std::free)> text(json_dumps(document, kResponseFlags),
-                                                   &std::free);
+  const std::optional<std::string> text = json_compact_text(document);
   if (!text) {
     return false;
   }
   remove_file(output);
-  return write_file_whole(output, text.get());
+  return write_file_whole(output, *text);
 }
 
 // The request document; nothing when it is missing, larger than a request can be, or not JSON.
@@ -90,23 +91,25 @@ int run_request_file(const char* input_path, const char* output_path, const Exch
     std::printf("Error: Input file \"%s\" is not a valid JSON file!\n", input_path);
     return 0;
   }
-  const JsonPtr response = dispatch_request(request.get(), exchange);
+  JsonPtr response = dispatch_request(request.get(), exchange);
   if (!response) {
     std::puts("Error: Cannot create valid output JSON!");
     return 0;
   }
   const bool written = write_response(response.get(), output_path);
   report_written(written, output_path);
+  g_written_document = response.release();
   return written ? 1 : 0;
 }
 
 int run_menu_update(const char* output_path, const Exchange& exchange, const char* text) {
-  const JsonPtr document = build_menu_update(exchange, text);
+  JsonPtr document = build_menu_update(exchange, text);
   if (!document) {
     std::puts("Error: Cannot create valid output JSON!");
     return 0;
   }
   report_written(write_response(document.get(), output_path), output_path);
+  g_written_document = document.release();
   return 1;
 }
 

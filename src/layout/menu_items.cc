@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 #include "layout/panel_text.h"
+#include "platform/json_build.h"
 #include "platform/text_buffer.h"
 
 namespace tavio {
@@ -21,7 +23,7 @@ JsonPtr menu_item_separator(std::int32_t count) {
       count <= 0 ? 0
                  : std::min<std::size_t>(static_cast<std::size_t>(count), kSeparatorCapacity - 1);
   const std::string line(dashes, '-');
-  return json_own(json_pack("{ss}", "t", line.c_str()));
+  return JsonObjectBuilder().text("t", line.c_str()).done();
 }
 
 JsonPtr menu_item_text(const char* id, const char* title, const char* text,
@@ -31,22 +33,24 @@ JsonPtr menu_item_text(const char* id, const char* title, const char* text,
   }
   const std::string kept = cut_text(text, kTextCapacity);
   const std::string laid_out = layout_finish(layout, kept, kTextCapacity);
-  JsonPtr item = json_own(json_pack("{ss,s{ss}}", "t", title, "c", "st", laid_out.c_str()));
-  if (item && id != nullptr) {
-    json_object_set_new_nocheck(item.get(), "id", json_string(id));
+  JsonObjectBuilder item;
+  item.text("t", title).take("c", JsonObjectBuilder().text("st", laid_out.c_str()).done());
+  if (id != nullptr) {
+    item.text("id", id);
   }
-  return item;
+  return item.done();
 }
 
 JsonPtr menu_item_text_raw(const char* id, const char* title, const char* text) {
   if (is_empty(title) || is_empty(text)) {
     return nullptr;
   }
-  JsonPtr item = json_own(json_pack("{ss,s{ss}}", "t", title, "c", "st", text));
-  if (item && id != nullptr) {
-    json_object_set_new_nocheck(item.get(), "id", json_string(id));
+  JsonObjectBuilder item;
+  item.text("t", title).take("c", JsonObjectBuilder().text("st", text).done());
+  if (id != nullptr) {
+    item.text("id", id);
   }
-  return item;
+  return item.done();
 }
 
 const char* menu_access_word(MenuAccess access) {
@@ -66,22 +70,19 @@ JsonPtr menu_item_entry(const char* id, const char* title, MenuAccess access, co
   if (is_empty(id) || is_empty(title) || is_empty(key)) {
     return nullptr;
   }
-  JsonPtr content =
-      json_own(json_pack("{ss,ss,ss}", "qt", "poll", "a", menu_access_word(access), "k", key));
-  if (!content) {
-    return nullptr;
-  }
+  JsonObjectBuilder content;
+  content.text("qt", "poll").text("a", menu_access_word(access)).text("k", key);
   // Only readable entries are polled, so only they carry a refresh period.
   if (access != MenuAccess::kWrite) {
-    json_object_set_new_nocheck(content.get(), "ttl", json_integer(ttl));
+    content.integer("ttl", ttl);
   }
   if (!is_empty(hint)) {
-    json_object_set_new_nocheck(content.get(), "ht", json_string(hint));
+    content.text("ht", hint);
   }
   if (selection) {
-    json_object_set_new_nocheck(content.get(), "select", selection.release());
+    content.take("select", std::move(selection));
   }
-  return json_own(json_pack("{ss,ss,so}", "id", id, "t", title, "c", content.release()));
+  return JsonObjectBuilder().text("id", id).text("t", title).take("c", content.done()).done();
 }
 
 JsonPtr menu_item_label_value(const char* id, const char* title, const char* label,
@@ -97,7 +98,7 @@ JsonPtr menu_item_submenu(const char* id, const char* title, JsonPtr items) {
   if (!items) {
     return nullptr;
   }
-  return json_own(json_pack("{ss,ss,so}", "id", id, "t", title, "m", items.release()));
+  return JsonObjectBuilder().text("id", id).text("t", title).take("m", std::move(items)).done();
 }
 
 JsonPtr menu_item_poll(const char* id, const char* title, const char* key, std::int32_t ttl) {
@@ -106,8 +107,20 @@ JsonPtr menu_item_poll(const char* id, const char* title, const char* key, std::
 
 JsonPtr menu_item_choice(const char* id, const char* title, const char* hint, MenuAccess access,
                          const char* key, const char* first, const char* second) {
-  return json_own(json_pack("{ss,ss,s{ss,ss,ss,s[ss]}}", "id", id, "t", title, "c", "ht", hint, "a",
-                            menu_access_word(access), "k", key, "select", first, second));
+  JsonPtr choices = json_own(json_array());
+  for (const char* choice : {first, second}) {
+    json_t* word = choice == nullptr ? nullptr : json_string(choice);
+    if (word == nullptr || json_array_append_new(choices.get(), word) != 0) {
+      return nullptr;
+    }
+  }
+  JsonPtr content = JsonObjectBuilder()
+                        .text("ht", hint)
+                        .text("a", menu_access_word(access))
+                        .text("k", key)
+                        .take("select", std::move(choices))
+                        .done();
+  return JsonObjectBuilder().text("id", id).text("t", title).take("c", std::move(content)).done();
 }
 
 JsonPtr menu_item_custom_content(const char* text, const PanelLayout& layout) {

@@ -101,8 +101,9 @@ std::vector<char*> argument_vector(const Command& command) {
   return argv;
 }
 
-// In a child before exec: the signal state a tool would get from a shell started by tavio.
-void restore_tool_signals() {
+// In a child before exec: the signal state a tool would get from a shell started by tavio,
+// the signal mask given (tavio's own).
+void restore_tool_signals(const sigset_t& mask) {
   struct sigaction standard {};
   standard.sa_handler = SIG_DFL;
   sigemptyset(&standard.sa_mask);
@@ -115,9 +116,7 @@ void restore_tool_signals() {
   if (g_sigpipe_changed) {
     ::sigaction(SIGPIPE, &g_original_sigpipe, nullptr);
   }
-  sigset_t none;
-  sigemptyset(&none);
-  ::sigprocmask(SIG_SETMASK, &none, nullptr);
+  ::sigprocmask(SIG_SETMASK, &mask, nullptr);
 }
 
 bool redirect(int fd, const char* path, int flags) {
@@ -132,9 +131,10 @@ bool redirect(int fd, const char* path, int flags) {
   return ok;
 }
 
-// In the child of a waited tool; never returns.
+// In the child of a waited tool, which shares tavio's memory until it execs (vfork): only
+// system calls here, nothing that allocates or touches tavio's state. Never returns.
 [[noreturn]] void exec_waited(const Command& command, char* const* argv, pid_t parent,
-                              int output_fd) {
+                              int output_fd, const sigset_t& mask) {
   ::setpgid(0, 0);
 #ifdef __linux__
   // A tavio killed outright (SIGKILL) takes its tool with it.
@@ -145,7 +145,7 @@ bool redirect(int fd, const char* path, int flags) {
 #else
   static_cast<void>(parent);
 #endif
-  restore_tool_signals();
+  restore_tool_signals(mask);
   bool ok = redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
   if (command.output == CommandOutput::kCapture) {
     ok = ok && ::dup2(output_fd, STDOUT_FILENO) == STDOUT_FILENO;
@@ -250,7 +250,8 @@ std::optional<std::string> system_run(const Command& command) {
     if (::pipe(output) != 0) {
       return std::nullopt;
     }
-    if (!set_flags(output[0], FD_CLOEXEC, O_NONBLOCK)) {
+    // Both ends close on exec: the tool gets the write end as its standard output only.
+    if (!set_flags(output[0], FD_CLOEXEC, O_NONBLOCK) || !set_flags(output[1], FD_CLOEXEC, 0)) {
       ::close(output[0]);
       ::close(output[1]);
       return std::nullopt;
@@ -258,13 +259,18 @@ std::optional<std::string> system_run(const Command& command) {
   }
   const std::vector<char*> argv = argument_vector(command);
   const pid_t parent = ::getpid();
-  const pid_t pid = ::fork();
+  // vfork: on the router's small CPU, copying tavio's page tables for every tool costs more
+  // than the tool's own start. No signal handler may run in the child before it has put the
+  // tool's signal state in place, so every signal waits until then.
+  sigset_t all;
+  sigset_t own;
+  sigfillset(&all);
+  ::sigprocmask(SIG_SETMASK, &all, &own);
+  const pid_t pid = ::vfork();
   if (pid == 0) {
-    if (output[0] >= 0) {
-      ::close(output[0]);
-    }
-    exec_waited(command, argv.data(), parent, output[1]);
+    exec_waited(command, argv.data(), parent, output[1], own);
   }
+  ::sigprocmask(SIG_SETMASK, &own, nullptr);
   if (output[1] >= 0) {
     ::close(output[1]);
   }
@@ -316,7 +322,9 @@ void close_inherited_descriptors() {
 
 // The detached process: runs each step to its end, in order, then ends.
 [[noreturn]] void run_steps(const std::vector<Command>& steps) {
-  restore_tool_signals();
+  sigset_t own;
+  ::sigprocmask(SIG_SETMASK, nullptr, &own);
+  restore_tool_signals(own);
   close_inherited_descriptors();
   const bool quiet = redirect(STDIN_FILENO, "/dev/null", O_RDONLY) &&
                      redirect(STDOUT_FILENO, "/dev/null", O_WRONLY) &&

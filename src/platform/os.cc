@@ -149,8 +149,8 @@ std::optional<std::string> read_file_limited(const HostPath& path, std::size_t m
                                              bool follow_links) {
   // Opened without blocking: a FIFO placed at the name must not hang the run, and anything
   // but a regular file is no file tavio reads.
-  const int fd = ::open(path.c_str(),
-                        O_RDONLY | O_CLOEXEC | O_NONBLOCK | (follow_links ? 0 : O_NOFOLLOW));
+  const int fd =
+      ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | (follow_links ? 0 : O_NOFOLLOW));
   if (fd < 0) {
     return std::nullopt;
   }

@@ -8,6 +8,7 @@
 
 #include "layout/item_ids.h"
 #include "layout/menu_items.h"
+#include "platform/json_build.h"
 #include "platform/json_get.h"
 #include "platform/numbers.h"
 #include "platform/text_buffer.h"
@@ -22,8 +23,12 @@ JsonPtr sized_node(const char* id, const char* title, JsonPtr items, const Panel
   if (!items) {
     return nullptr;
   }
-  return json_own(json_pack("{ss,ss,si,so}", "id", id, "t", title, "sz", layout.font_size, "m",
-                            items.release()));
+  return JsonObjectBuilder()
+      .text("id", id)
+      .text("t", title)
+      .integer("sz", layout.font_size)
+      .take("m", std::move(items))
+      .done();
 }
 
 std::string with_serial(const char* format, const std::string& serial) {

@@ -5,10 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
 #include <string>
 
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"
+#include "tavio/json_ref.h"
 
 namespace tavio {
 namespace {
@@ -135,6 +137,31 @@ TEST(ItemIds, SuffixesThatDoNotReadAndNamesThatDoNotMatch) {
       }
     }
   }
+}
+
+// The menu names the display may ask for are the ones the menu request's schema publishes (the
+// panel emulator reads them from there too).
+TEST(ItemIds, MenuNamesAreTheOnesThePublishedSchemaLists) {
+  const std::string path = std::string(TAVIO_SCHEMA_DIR) + "/menuReq.request.schema.json";
+  const JsonPtr schema = json_own(json_load_file(path.c_str(), 0, nullptr));
+  ASSERT_TRUE(schema) << path;
+  const json_t* refs = json_object_get(
+      json_object_get(
+          json_object_get(json_object_get(json_object_get(schema.get(), "properties"), "req"),
+                          "properties"),
+          "ref"),
+      "enum");
+  std::set<std::string> published;
+  for (std::size_t i = 0; i < json_array_size(refs); ++i) {
+    published.insert(json_string_value(json_array_get(refs, i)));
+  }
+  const std::set<std::string> answered = {"",
+                                          menu_name::kHome,
+                                          menu_name::kMain,
+                                          menu_name::kPmu,
+                                          menu_name::kPdu,
+                                          menu_name::kBattery};
+  EXPECT_EQ(published, answered);
 }
 
 }  // namespace

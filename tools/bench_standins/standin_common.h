@@ -70,7 +70,6 @@ static inline int plain_word(const char* word) {
 static inline void log_command_line(struct text* log, const char* name, int argc, char** argv,
                                     enum log_words words) {
   text_add(log, name, strlen(name));
-  if (words == LOG_PLAIN && argc < 2) text_add(log, " ", 1);
   for (int at = 1; at < argc; ++at) {
     const char* word = argv[at];
     if (words == LOG_PLAIN || plain_word(word)) {

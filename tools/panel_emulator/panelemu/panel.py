@@ -9,10 +9,22 @@ the panel's clock, a real one or a VirtualClock that only moves when told.
 """
 from __future__ import annotations
 
+import json
 import time
+from pathlib import Path
 
 DEFAULT_FONTS = [{"sz": 1, "ln": 4, "ch": 21}, {"sz": 2, "ln": 3, "ch": 16}]
-NAMED_MENUS = ["main_menu", "pmu_menu", "pdu_menu", "pwr_consume_status_battery_menu"]
+SCHEMAS = Path(__file__).resolve().parents[3] / "schemas"
+
+
+def named_menus():
+    """The menus tavio answers by name ("ref"), as the menu request's schema lists them."""
+    schema = json.loads((SCHEMAS / "menuReq.request.schema.json").read_text())
+    refs = schema["properties"]["req"]["properties"]["ref"]["enum"]
+    return [ref for ref in refs if ref not in ("", "Home")]
+
+
+NAMED_MENUS = named_menus()
 MOVES = ("up", "down", "enter", "back")
 
 
