@@ -3,10 +3,12 @@
 // is rendered from it.
 #include <cstdint>
 #include <cstdlib>
+#include <string>
 #include <string_view>
 
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"
+#include "settings/remote_assist.h"
 #include "harness.h"
 #include "menus/main_menu.h"
 #include "power/device_commands.h"
@@ -77,7 +79,8 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view reply(reinterpret_cast<const char*>(data), size);
   tavio_fuzz::restore_fuzz_root();
-  const tavio_fuzz::ServedReplies served({reply}, tavio_fuzz::ReplyStatus::kAlwaysZero);
+  const tavio_fuzz::ServedReplies served({std::string(reply)},
+                                         tavio_fuzz::ReplyStatus::kAlwaysZero);
   const tavio::PanelLayout layout;
 
   for (const char* identifier : kIdentifiers) {

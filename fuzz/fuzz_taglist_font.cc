@@ -98,13 +98,13 @@ void fuzz_taglist(std::string_view text) {
 
 void fuzz_font_table(std::int32_t font_size, std::string_view text) {
   const tavio::JsonPtr table = tavio::json_own(json_loadb(text.data(), text.size(), 0, nullptr));
-  std::int32_t chars_per_line = 0;
-  std::int32_t lines = 0;
-  const int matched =
-      tavio::match_font_settings(table.get(), kPanelSerial, font_size, &chars_per_line, &lines);
+  const std::optional<tavio::FontGrid> grid = tavio::find_font_grid(table.get(), font_size);
+  if (!grid || !tavio::save_font_grid(kPanelSerial, *grid)) {
+    return;
+  }
   const tavio::PanelLayout saved = tavio::load_font_settings(kPanelSerial);
-  if (matched == 1 && (saved.font_size != font_size || saved.chars_per_line != chars_per_line ||
-                       saved.lines != lines)) {
+  if (saved.font_size != font_size || saved.chars_per_line != grid->chars_per_line ||
+      saved.lines != grid->lines) {
     tavio_fuzz::fuzz_fail("a matched font grid reads back differently", text);
   }
 }

@@ -2,9 +2,13 @@
 
 #include <dlfcn.h>
 #include <stdlib.h>
+#include <sys/types.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -13,16 +17,19 @@
 #include <string>
 #include <system_error>
 
+#include "platform/command.h"
 #include "platform/os.h"
+#include "platform/reply_memo.h"
 #include "platform/router_paths.h"
+#include "platform/text_buffer.h"
 
 namespace fs = std::filesystem;
 
 namespace tavio_fuzz {
 namespace {
 
-// While a target runs, the C library's system() must never be reached: tavio's only way to
-// it is the shell runner this harness replaced.
+// While a target runs no process may be started: tavio's only way to one is the command
+// runner this harness replaced.
 bool g_inside_run = false;
 
 struct RootState {
@@ -38,12 +45,19 @@ RootState& root_state() {
 }
 
 struct Served {
-  std::vector<std::string_view> replies;
+  std::vector<std::string> replies;
   ReplyStatus status = ReplyStatus::kAlwaysZero;
   std::size_t next = 0;
 };
 
 Served* g_served = nullptr;
+
+// FUZZ_TRACE set: every command the runner answers is shown on standard error, with the
+// number of the reply it got, to line replies up with commands by hand.
+bool tracing() {
+  static const bool trace = std::getenv("FUZZ_TRACE") != nullptr;
+  return trace;
+}
 
 std::string read_whole(const fs::path& path) {
   std::ifstream in(path, std::ios::binary);
@@ -62,46 +76,161 @@ bool starts_with(std::string_view text, std::string_view prefix) {
   return text.substr(0, prefix.size()) == prefix;
 }
 
-// The word after position at (blanks skipped), up to the next blank.
-std::string_view word_at(std::string_view line, std::size_t at) {
-  while (at < line.size() && line[at] == ' ') {
-    ++at;
+// A word the router's command buffer holds as it is; any other is held in single quotes, a
+// quote inside as four characters ('\'').
+bool plain_word(std::string_view word) {
+  for (const char c : word) {
+    const bool plain = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+                       (c != '\0' && std::strchr("-_.:@+,%=", c));
+    if (!plain) {
+      return false;
+    }
   }
-  const std::size_t end = line.find_first_of(" )", at);
-  return line.substr(at, end == std::string_view::npos ? std::string_view::npos : end - at);
+  return true;
 }
 
-// The file a command line has its tool write: "-O FILE" of the API's fetch tool, "> FILE" of
-// the device tool (its last redirection: a quoted serial before it may hold a '>'); empty for
-// commands that write none.
-std::string_view output_file(std::string_view line) {
-  if (starts_with(line, "(wget_https ")) {
-    const std::size_t option = line.find(" -O ");
-    return option == std::string_view::npos ? std::string_view() : word_at(line, option + 4);
+std::string buffer_word(std::string_view word) {
+  if (plain_word(word)) {
+    return std::string(word);
   }
-  if (starts_with(line, "capwap_cli ")) {
-    const std::size_t redirect = line.rfind('>');
-    return redirect == std::string_view::npos ? std::string_view() : word_at(line, redirect + 1);
+  std::string quoted = "'";
+  for (const char c : word) {
+    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
   }
-  return {};
+  return quoted + "'";
 }
 
-int serve(const std::string& command_line) {
-  if (g_served == nullptr) {
-    fuzz_fail("a command ran outside a fuzz run", command_line);
+// The command as one line, for the messages of findings.
+std::string describe(const tavio::Command& command) {
+  std::string line = buffer_word(command.program);
+  for (const std::string& arg : command.args) {
+    line.append(" ").append(buffer_word(arg));
   }
-  const std::string_view output = output_file(command_line);
-  if (output.empty()) {
-    return 0;  // a background group or a POST whose reply nobody reads
+  return line;
+}
+
+std::string describe(const std::vector<tavio::Command>& steps) {
+  std::string line;
+  for (const tavio::Command& step : steps) {
+    line.append(line.empty() ? "" : "; ").append(describe(step));
   }
-  // The stand-in writes only where tavio keeps this run's temporary files.
-  const RootState& root = root_state();
-  if (!starts_with(output, root.run_directory) || output.find("/..") != std::string_view::npos) {
-    fuzz_fail("a command would write outside the run directory", command_line);
+  return line;
+}
+
+// This run's temporary file of format ("%d" the process id) as tavio names it on this root.
+std::string run_file(const char* format) {
+  return root_state().path + tavio::format_text(tavio::kPathCapacity, format, ::getpid());
+}
+
+// Checks a local API call, "wget_https -T SECONDS [-f BODY] -e HEADERS [-O OUTPUT] URL", and
+// returns its output file ("" when the reply is not read).
+std::string check_fetch(const tavio::Command& command) {
+  if (command.output != tavio::CommandOutput::kDiscard) {
+    fuzz_fail("wget_https's output is read back", describe(command));
   }
+  std::map<std::string, std::string> options;
+  std::optional<std::string> url;
+  for (std::size_t i = 0; i < command.args.size(); ++i) {
+    const std::string& arg = command.args[i];
+    if (url) {
+      fuzz_fail("wget_https gets an argument after its URL", describe(command));
+    }
+    if (!starts_with(arg, "-")) {
+      url = arg;
+      continue;
+    }
+    if (arg != "-T" && arg != "-f" && arg != "-e" && arg != "-O") {
+      fuzz_fail("an argument of a waited command begins with '-'", describe(command));
+    }
+    if (i + 1 == command.args.size() || starts_with(command.args[i + 1], "-") ||
+        !options.emplace(arg, command.args[i + 1]).second) {
+      fuzz_fail("a wget_https option without its value, or twice", describe(command));
+    }
+    ++i;
+  }
+  const std::string& seconds = options["-T"];
+  if (seconds.empty() || seconds.find_first_not_of("0123456789") != std::string::npos ||
+      options.count("-e") == 0 || !url) {
+    fuzz_fail("wget_https lacks -T SECONDS, -e HEADERS or its URL", describe(command));
+  }
+  // tavio's temporary files, and nothing else, in the run directory.
+  const std::pair<const char*, const char*> files[] = {{"-f", tavio::kApiInputFormat},
+                                                       {"-e", tavio::kApiHeaderFormat},
+                                                       {"-O", tavio::kApiResultFormat}};
+  for (const auto& [option, format] : files) {
+    const auto found = options.find(option);
+    if (found != options.end() && found->second != run_file(format)) {
+      fuzz_fail("a wget_https file is not this run's temporary file", describe(command));
+    }
+  }
+  if (!starts_with(*url, "http://127.0.0.1:") || url->find("/api/") == std::string::npos) {
+    fuzz_fail("wget_https asks something other than the local API", describe(command));
+  }
+  const auto output = options.find("-O");
+  return output == options.end() ? std::string() : output->second;
+}
+
+// The router's device interface holds a command line of at most 511 characters: the device
+// tool's words and the answer file the line once redirected to. A unit serial that makes the
+// line longer must have been refused before anything ran.
+void check_device_line(const tavio::Command& command, std::string_view before_serial,
+                       std::string_view after_serial, const char* answer_file) {
+  std::string line(before_serial);
+  line.append(buffer_word(command.args[1])).append(after_serial);
+  line.append(tavio::format_text(tavio::kPathCapacity, answer_file, ::getpid()));
+  if (line.size() >= tavio::kLongTextCapacity) {
+    fuzz_fail("a unit serial past the router's command buffer reached the device tool",
+              describe(command));
+  }
+}
+
+// Checks a device tool call: "capwap_cli iotdevlist | extpower_status | iotdevinfo SERIAL |
+// iotstatus SERIAL | iotdevport_set SERIAL PORT:on|off", its answer read back.
+void check_device_call(const tavio::Command& command) {
+  if (command.output != tavio::CommandOutput::kCapture) {
+    fuzz_fail("capwap_cli's answer is not read back", describe(command));
+  }
+  const std::vector<std::string>& args = command.args;
+  for (const std::string& arg : args) {
+    if (starts_with(arg, "-")) {
+      fuzz_fail("an argument of a waited command begins with '-'", describe(command));
+    }
+  }
+  const std::string verb = args.empty() ? std::string() : args[0];
+  const bool known = ((verb == "iotdevlist" || verb == "extpower_status") && args.size() == 1) ||
+                     ((verb == "iotdevinfo" || verb == "iotstatus") && args.size() == 2) ||
+                     (verb == "iotdevport_set" && args.size() == 3);
+  if (!known) {
+    fuzz_fail("capwap_cli is asked something tavio never asks", describe(command));
+  }
+  if (args.size() > 1 && args[1].empty()) {
+    fuzz_fail("an empty unit serial reached the device tool", describe(command));
+  }
+  if (verb == "iotdevinfo") {
+    check_device_line(command, "capwap_cli iotdevinfo ", " > ",
+                      "/var/run/dorva/tavio/pmu_info_%d.json");
+  } else if (verb == "iotstatus") {
+    check_device_line(command, "capwap_cli iotstatus ", " > ",
+                      "/var/run/dorva/tavio/pmu_status_%d.json");
+  } else if (verb == "iotdevport_set") {
+    const std::string& state = args[2];
+    const std::size_t colon = state.find(':');
+    if (colon == 0 || colon == std::string::npos ||
+        state.find_first_not_of("0123456789") != colon ||
+        (state.substr(colon) != ":on" && state.substr(colon) != ":off")) {
+      fuzz_fail("capwap_cli iotdevport_set gets a state other than PORT:on|off", describe(command));
+    }
+    check_device_line(command, "capwap_cli iotdevport_set ", " \"" + state + "\"> ",
+                      "/var/run/dorva/tavio/pmu_iotdevport_set_%d.json");
+  }
+}
+
+// The next reply and the status its command ends with.
+std::pair<std::string_view, int> next_reply(const tavio::Command& command) {
   Served& served = *g_served;
-  if (served.replies.empty()) {
-    return 1;
+  if (tracing()) {
+    std::fprintf(stderr, "fuzz runner: reply %zu to %s\n", served.next % served.replies.size() + 1,
+                 describe(command).c_str());
   }
   std::string_view reply = served.replies[served.next % served.replies.size()];
   ++served.next;
@@ -111,8 +240,117 @@ int serve(const std::string& command_line) {
     status = reply[1] - '0';
     reply.remove_prefix(2);
   }
-  write_whole(fs::path(std::string(output)), reply);
-  return status;
+  return {reply, status};
+}
+
+std::optional<std::string> serve_run(const tavio::Command& command) {
+  if (g_served == nullptr) {
+    fuzz_fail("a command ran outside a fuzz run", describe(command));
+  }
+  if (command.start != tavio::CommandStart::kWait || command.deadline.count() <= 0) {
+    fuzz_fail("a waited command is not marked waited, or has no deadline", describe(command));
+  }
+  if (command.program == "wget_https") {
+    const std::string output = check_fetch(command);
+    if (output.empty() || g_served->replies.empty()) {
+      if (tracing()) {
+        std::fprintf(stderr, "fuzz runner: no reply to %s\n", describe(command).c_str());
+      }
+      // A POST whose reply nobody reads succeeds; a read with nothing to answer fails.
+      return output.empty() ? std::optional<std::string>(std::string()) : std::nullopt;
+    }
+    const auto [reply, status] = next_reply(command);
+    write_whole(output, reply);
+    return status == 0 ? std::optional<std::string>(std::string()) : std::nullopt;
+  }
+  if (command.program == "capwap_cli") {
+    check_device_call(command);
+    if (g_served->replies.empty()) {
+      if (tracing()) {
+        std::fprintf(stderr, "fuzz runner: no reply to %s\n", describe(command).c_str());
+      }
+      return std::nullopt;
+    }
+    const auto [reply, status] = next_reply(command);
+    if (status != 0 || reply.size() > tavio::kMaxReplyBytes) {
+      return std::nullopt;
+    }
+    return std::string(reply);
+  }
+  fuzz_fail("tavio waits for a program other than wget_https and capwap_cli", describe(command));
+}
+
+// The background sequences tavio may start, each program with its arguments.
+using Words = std::vector<std::string>;
+
+Words words_of(const tavio::Command& command) {
+  Words words{command.program};
+  words.insert(words.end(), command.args.begin(), command.args.end());
+  return words;
+}
+
+bool panel_reload_allowed(const Words& words) {
+  if (words.size() < 2 || words.size() > 3 || words[0] != "capwap_cli" ||
+      words[1] != "panel_reload") {
+    return false;
+  }
+  if (words.size() == 2) {
+    return true;  // no panel serial: no argument
+  }
+  // The panel serial, neither empty nor an option, within the 64-character reload buffer.
+  const std::string& serial = words[2];
+  const std::string line = "(capwap_cli panel_reload " + buffer_word(serial) + ")&";
+  return !serial.empty() && !starts_with(serial, "-") && line.size() < 64;
+}
+
+bool serve_detach(const std::vector<tavio::Command>& steps) {
+  if (g_served == nullptr) {
+    fuzz_fail("a command ran outside a fuzz run", describe(steps));
+  }
+  std::vector<Words> sequence;
+  for (const tavio::Command& step : steps) {
+    if (step.start != tavio::CommandStart::kDetach) {
+      fuzz_fail("a background step is not marked detached", describe(steps));
+    }
+    sequence.push_back(words_of(step));
+  }
+  const std::string recover = root_state().path + tavio::kRecoverPasswordTool;
+  const std::vector<std::vector<Words>> allowed = {
+      {{"restoreconfig"}, {"sleep", "3"}, {"reboot"}},
+      {{"sleep", "3"}, {recover}},
+      {{"saveconfig"}, {"activate"}},
+  };
+  const bool known = (sequence.size() == 1 && panel_reload_allowed(sequence[0])) ||
+                     std::find(allowed.begin(), allowed.end(), sequence) != allowed.end();
+  if (!known) {
+    fuzz_fail("tavio starts a background sequence it never starts", describe(steps));
+  }
+  if (tracing()) {
+    std::fprintf(stderr, "fuzz runner: in the background: %s\n", describe(steps).c_str());
+  }
+  return true;  // nothing runs, nothing is recorded
+}
+
+const tavio::CommandRunner kServingRunner = {serve_run, serve_detach};
+
+// Every temporary file of a call is gone once the call is answered: none of this process's
+// may be left in the run directory after a run.
+void check_no_temporary_file_left() {
+  const std::string pid = std::to_string(::getpid());
+  const char* const prefixes[] = {"wget_ext_hdr_", "wget_input_",     "wget_result_",
+                                  "pmu_list_",     "pmu_info_",       "pmu_iotdevport_set_",
+                                  "pmu_status_",   "extpower_status_"};
+  std::error_code error;
+  for (const fs::directory_entry& entry :
+       fs::directory_iterator(root_state().run_directory, error)) {
+    const std::string name = entry.path().filename().string();
+    for (const char* prefix : prefixes) {
+      const std::string stem = prefix + pid;
+      if (name == stem + ".json" || name == stem + ".txt") {
+        fuzz_fail("a run left a temporary file behind", name);
+      }
+    }
+  }
 }
 
 // A path under the root without the root (fs::relative would resolve links on every call).
@@ -178,7 +416,7 @@ void init_fuzz_root() {
     fuzz_fail("tavio did not take up the root", root.path);
   }
   snapshot(root);
-  tavio::replace_shell_runner(serve);
+  tavio::replace_command_runner(&kServingRunner);
 }
 
 void restore_fuzz_root() {
@@ -209,12 +447,16 @@ void restore_fuzz_root() {
 
 std::string_view fuzz_root() { return root_state().path; }
 
-ServedReplies::ServedReplies(std::vector<std::string_view> replies, ReplyStatus status) {
+ServedReplies::ServedReplies(std::vector<std::string> replies, ReplyStatus status) {
   g_served = new Served{std::move(replies), status, 0};
   g_inside_run = true;
+  tavio::forget_replies("");
+  tavio::start_exchange_clock();
 }
 
 ServedReplies::~ServedReplies() {
+  check_no_temporary_file_left();
+  tavio::forget_replies("");
   g_inside_run = false;
   delete g_served;
   g_served = nullptr;
@@ -235,17 +477,17 @@ std::vector<std::string_view> split_input(std::string_view text, std::string_vie
 
 }  // namespace tavio_fuzz
 
-// tavio reaches the shell only through std::system. While a target runs that must never
-// happen: the stand-in above answers every command line. Outside a run (libFuzzer's own
-// workers with -jobs, -minimize_crash) the C library's system() does the work.
-extern "C" int system(const char* command) {
+// tavio starts processes only through the command runner, which the harness replaced. While
+// a target runs a fork() must never happen; outside a run (libFuzzer's own work) the C
+// library's fork() does it.
+extern "C" pid_t fork() {
   if (tavio_fuzz::g_inside_run) {
-    tavio_fuzz::fuzz_fail("tavio is about to run a real shell", command == nullptr ? "" : command);
+    tavio_fuzz::fuzz_fail("tavio is about to start a process", "fork()");
   }
-  using SystemFn = int (*)(const char*);
-  static const SystemFn real = reinterpret_cast<SystemFn>(::dlsym(RTLD_NEXT, "system"));
+  using ForkFn = pid_t (*)();
+  static const ForkFn real = reinterpret_cast<ForkFn>(::dlsym(RTLD_NEXT, "fork"));
   if (real == nullptr) {
     return -1;
   }
-  return real(command);
+  return real();
 }

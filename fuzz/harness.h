@@ -1,14 +1,17 @@
-// What the fuzz targets share: a private TAVIO_ROOT made from the example router, and a stand-in
-// for the shell that answers tavio's command lines with replies taken from the fuzz input.
+// What the fuzz targets share: a private TAVIO_ROOT made from the example router, and a command
+// runner that answers tavio's command records with replies taken from the fuzz input.
 //
-// Nothing a target does reaches a real command: the stand-in replaces the shell for the whole
-// process, and a call of the C library's system() while a target runs aborts the process, so
-// a path that slipped past the stand-in shows up as a crash instead of running anything.
+// Nothing a target does starts a process: the runner takes the place of the operating system
+// for the whole process, and a fork() while a target runs aborts it, so a path that slipped
+// past the runner shows up as a crash instead of running anything. The runner also checks
+// every command record against what tavio may start (the programs, their arguments, the
+// router's command buffer); a record that breaks a rule aborts the target as a finding.
 #ifndef TAVIO_FUZZ_HARNESS_H
 #define TAVIO_FUZZ_HARNESS_H
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -20,7 +23,7 @@ inline constexpr std::string_view kReplyDelimiter = "\n--reply--\n";
 
 /// Makes a fresh root under TMPDIR from the example router (its configuration files; not its
 /// recorded replies), with the run directory, sets TAVIO_ROOT, has tavio take it up and puts
-/// the stand-in in place of the shell. Aborts when any of that fails. Call once.
+/// the runner in place of the operating system's. Aborts when any of that fails. Call once.
 void init_fuzz_root();
 /// Puts every file of the root back as init_fuzz_root left it and removes what a run added,
 /// so each input starts from the same router.
@@ -31,17 +34,22 @@ void restore_fuzz_root();
 /// Whether a reply may carry the exit status of its command.
 enum class ReplyStatus {
   kAlwaysZero,  ///< the command always ends with status 0
-  kFromReply,   ///< a reply "!D..." (D a digit) ends with status D; the rest is still written
+  kFromReply,   ///< a reply "!D..." (D a digit) ends with status D; the rest is still served
 };
 
-/// The replies for the command lines of one run, in force while the object lives. The n-th
-/// command that writes a file (wget_https -O FILE, capwap_cli ... > FILE) gets reply n modulo
-/// their number written to its file; commands that write no file (background groups, a POST
-/// whose reply is not read) end with status 0 and get nothing. With no replies at all a
-/// command that writes a file ends with status 1, as when nothing answers.
+/// One run of tavio against replies, in force while the object lives: it starts the exchange
+/// clock and forgets the replies an earlier input left kept, as a fresh process of tavio would
+/// have neither.
+///
+/// The n-th command that reads a reply (wget_https with -O FILE, which gets the reply written
+/// to FILE; capwap_cli, whose standard output tavio reads back) gets reply n modulo their
+/// number. A reply whose status is not 0 fails its command (wget_https still finds the rest
+/// in its file). Commands that read no reply (a POST whose reply is not read) end with status
+/// 0; detached steps are checked, then neither run nor recorded. With no replies at all a
+/// command that reads one fails, as when nothing answers.
 class ServedReplies {
  public:
-  ServedReplies(std::vector<std::string_view> replies, ReplyStatus status);
+  ServedReplies(std::vector<std::string> replies, ReplyStatus status);
   ~ServedReplies();
   ServedReplies(const ServedReplies&) = delete;
   ServedReplies& operator=(const ServedReplies&) = delete;
