@@ -35,6 +35,7 @@
 #include <string_view>
 #include <vector>
 
+#include "app/options.h"
 #include "app/run.h"
 #include "platform/json_text.h"
 #include "app/request_exchange.h"

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "handlers/menu_request.h"
 #include "handlers/value_read.h"
@@ -21,6 +22,11 @@ namespace {
 // The document written last, kept until the process ends: the system takes the whole
 // process's memory back at once, cheaper than freeing a large menu node by node.
 json_t* g_written_document = nullptr;
+
+void keep_until_exit(JsonPtr document) {
+  json_decref(g_written_document);  // one run writes one document; a test harness, many
+  g_written_document = document.release();
+}
 
 struct RequestType {
   const char* name;
@@ -98,7 +104,7 @@ int run_request_file(const char* input_path, const char* output_path, const Exch
   }
   const bool written = write_response(response.get(), output_path);
   report_written(written, output_path);
-  g_written_document = response.release();
+  keep_until_exit(std::move(response));
   return written ? 1 : 0;
 }
 
@@ -109,7 +115,7 @@ int run_menu_update(const char* output_path, const Exchange& exchange, const cha
     return 0;
   }
   report_written(write_response(document.get(), output_path), output_path);
-  g_written_document = document.release();
+  keep_until_exit(std::move(document));
   return 1;
 }
 

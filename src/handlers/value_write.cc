@@ -39,7 +39,8 @@ class Answer {
     message_ = cut_text(layout_wrap(text, chars_per_line_), kTextCapacity);
     return *this;
   }
-  // The reboot messages are laid out once more through a long buffer first.
+  // The rebooting message goes through the long text buffer, then the message buffer, each
+  // time wrapped for the grid: the display shows it as the reboot screens lay it out.
   Answer& rebooting_message() {
     const std::string once =
         cut_text(layout_wrap(kRebootingMessage, chars_per_line_), kLongTextCapacity);

@@ -69,7 +69,8 @@ Battery battery_of(const json_t* battery) {
 //
 // Each figure is converted from the device's tenths of a kelvin, millivolts and milliamperes
 // in double precision. Every line but the name starts with "\n", so a battery without a
-// name begins with an empty line, as the panel has always shown it.
+// name begins with an empty line: the display keeps the name's line, so the figures of every
+// battery start on the same line of the screen.
 void append_battery(TextBuffer& text, const Battery& battery, std::int32_t current_default,
                     const PanelLayout& layout) {
   if (!text.empty()) {

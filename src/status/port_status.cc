@@ -16,7 +16,6 @@ namespace tavio {
 namespace {
 
 constexpr std::size_t kLinkCapacity = 64;
-constexpr int kSpeedLineLength = 255;
 
 // Every speed the panel does not name is shown as 10baseT.
 const char* speed_word(int speed) {
