@@ -8,12 +8,12 @@
 
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"
-#include "settings/remote_assist.h"
 #include "harness.h"
 #include "menus/main_menu.h"
 #include "power/device_commands.h"
 #include "power/external_power.h"
 #include "power/unit_menus.h"
+#include "settings/remote_assist.h"
 #include "tavio/json_ref.h"
 #include "tavio/panel_layout.h"
 

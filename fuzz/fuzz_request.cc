@@ -36,12 +36,12 @@
 #include <vector>
 
 #include "app/options.h"
-#include "app/run.h"
-#include "platform/json_text.h"
 #include "app/request_exchange.h"
+#include "app/run.h"
 #include "harness.h"
 #include "panel/display_prefs.h"
 #include "panel/sign_in.h"
+#include "platform/json_text.h"
 #include "platform/text_buffer.h"
 #include "tavio/exchange.h"
 #include "tavio/json_ref.h"
@@ -152,8 +152,8 @@ tavio::Exchange exchange_for(std::uint8_t choice, const std::string& serial) {
   }
   exchange.alternative_theme_allowed = !keycode;
   exchange.layout = tavio::load_font_settings(exchange.serial.c_str());
-  exchange.layout.theme_mode = keycode ? tavio::ThemeMode::kDefault
-                                       : tavio::load_theme_mode(exchange.serial.c_str());
+  exchange.layout.theme_mode =
+      keycode ? tavio::ThemeMode::kDefault : tavio::load_theme_mode(exchange.serial.c_str());
   return exchange;
 }
 

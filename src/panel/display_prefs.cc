@@ -82,8 +82,7 @@ PanelLayout load_font_settings(const char* serial, const PanelLayout& unreadable
   const std::optional<HostPath> path = font_file(serial);
   // Read like the other per-panel files: never through a link, within a bound, not waited on.
   const std::optional<std::string> text =
-      path ? read_file_limited(*path, kFontSettingsMaxBytes, /*follow_links=*/false)
-           : std::nullopt;
+      path ? read_file_limited(*path, kFontSettingsMaxBytes, /*follow_links=*/false) : std::nullopt;
   const JsonPtr saved =
       text ? json_own(json_loadb(text->data(), text->size(), 0, nullptr)) : nullptr;
   if (!saved) {

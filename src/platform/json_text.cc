@@ -9,7 +9,7 @@ namespace tavio {
 namespace {
 
 // A panel's largest menu is some tens of kilobytes of text.
-constexpr std::size_t kInitialCapacity = 16 * 1024;
+constexpr std::size_t kInitialCapacity = std::size_t{16} * 1024;
 
 void append_escaped(std::string& out, const char* text, std::size_t length) {
   out += '"';
