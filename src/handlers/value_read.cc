@@ -156,9 +156,7 @@ JsonPtr value_entry(const char* identifier, const char* text) {
 }  // namespace
 
 const ItemKey* value_read_key(const char* identifier) {
-  std::optional<ItemArgs> args;
-  const ValueRow* row = match_item_row(kValueRows, identifier, &args);
-  return row == nullptr ? nullptr : &row->key;
+  return matching_row_key(kValueRows, identifier);
 }
 
 JsonPtr render_value_item(const char* identifier, const PanelLayout& layout) {

@@ -196,9 +196,7 @@ const ActionRow kActionRows[] = {
 }  // namespace
 
 const ItemKey* value_write_key(const char* identifier) {
-  std::optional<ItemArgs> args;
-  const ActionRow* row = match_item_row(kActionRows, identifier, &args);
-  return row == nullptr ? nullptr : &row->key;
+  return matching_row_key(kActionRows, identifier);
 }
 
 bool panel_reload(const std::string& serial) {

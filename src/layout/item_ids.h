@@ -115,6 +115,17 @@ const Row* match_item_row(const Row (&rows)[N], const char* identifier,
   return nullptr;
 }
 
+/// The key of the first row (in table order) that matches identifier; null when none does.
+template <typename Row, std::size_t N>
+const ItemKey* matching_row_key(const Row (&rows)[N], const char* identifier) {
+  for (const Row& row : rows) {
+    if (item_key_matches(row.key, identifier)) {
+      return &row.key;
+    }
+  }
+  return nullptr;
+}
+
 }  // namespace tavio
 
 #endif

@@ -3,7 +3,8 @@
 // The panel protocol's texts have fixed sizes: a serial fits 16 bytes, paths 64, panel texts
 // 256 or 512, command lines 512. Whatever does not fit is cut at the end and everything
 // appended after that is dropped, so the panel always sees the same cut. TextBuffer is the one
-// place that cuts.
+// place that cuts. The capacities the modules name beside their texts (a figure's 64 bytes, a
+// title's 64) are such cuts too: each is visible on the panel, which is why each stays.
 #ifndef TAVIO_PLATFORM_TEXT_BUFFER_H
 #define TAVIO_PLATFORM_TEXT_BUFFER_H
 

@@ -7,6 +7,7 @@
 
 #include <set>
 #include <string>
+#include <string_view>
 
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"
@@ -74,8 +75,9 @@ TEST(ItemIds, WhatAMenuHandsOutComesBackToItsOwnRowWithItsArguments) {
     SCOPED_TRACE(id);
     const ItemKey* read_row = value_read_key(id.c_str());
     const ItemKey* write_row = value_write_key(id.c_str());
-    EXPECT_EQ(read_row != nullptr && read_row->name == family.key.name, family.read);
-    EXPECT_EQ(write_row != nullptr && write_row->name == family.key.name, family.write);
+    const std::string_view name = family.key.name;
+    EXPECT_EQ(read_row != nullptr && read_row->name == name, family.read);
+    EXPECT_EQ(write_row != nullptr && write_row->name == name, family.write);
     const std::optional<ItemArgs> args = read_item_suffix(family.key, id.c_str());
     ASSERT_TRUE(args);
     EXPECT_EQ(args->number, family.args.number);
