@@ -88,7 +88,7 @@ TEST_F(TempFileTest, FreshPrivateFilesWhateverWasAtTheName) {
 
 // Files of runs killed mid-call go with the next run; a living run's files and other files stay.
 TEST_F(TempFileTest, SweepRemovesOnlyTheFilesOfRunsThatAreGone) {
-  const pid_t dead = ::fork();
+  const pid_t dead = ::vfork();
   if (dead == 0) {
     ::_exit(0);
   }
