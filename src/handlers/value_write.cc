@@ -94,11 +94,8 @@ struct WriteRequest {
 bool is_yes(const char* value) { return std::strcmp(value, "Yes") == 0; }
 
 // Starts programs one after another in the background; their outcome is never looked at.
-void run_in_background(std::vector<Command> steps) {
-  for (Command& step : steps) {
-    step.start = CommandStart::kDetach;
-  }
-  run_detached(steps);
+void run_in_background(const std::vector<Command>& steps) {
+  static_cast<void>(run_detached(steps));
 }
 
 // The pause before a reset, so the response reaches the panel first.
@@ -204,7 +201,7 @@ bool panel_reload(const std::string& serial) {
     return false;
   }
   // An empty serial is no argument at all.
-  Command reload{"capwap_cli", {"panel_reload"}, CommandOutput::kDiscard, CommandStart::kDetach};
+  Command reload{"capwap_cli", {"panel_reload"}};
   if (!serial.empty()) {
     reload.args.push_back(serial);
   }

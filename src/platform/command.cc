@@ -162,7 +162,6 @@ bool redirect(int fd, const char* path, int flags) {
 
 // How a waited tool ended.
 struct ToolEnd {
-  bool ended = false;      // it exited (or was killed) and was reaped
   int status = 0;          // its wait status
   bool cut_short = false;  // killed for its deadline or its reply bound
 };
@@ -174,17 +173,38 @@ int milliseconds_until(Clock::time_point moment) {
 
 // Kills the tool's group while its leader is still unreaped (so the group's id cannot have
 // been taken by another process), then reaps the leader.
-void kill_and_reap(pid_t pid, ToolEnd& end) {
+ToolEnd kill_and_reap(pid_t pid, bool cut_short) {
+  ToolEnd end;
+  end.cut_short = cut_short;
   ::kill(-pid, SIGKILL);
   while (::waitpid(pid, &end.status, 0) < 0 && errno == EINTR) {
   }
-  end.ended = true;
+  return end;
+}
+
+enum class PipeRead { kOpen, kEnded, kPastBound };
+
+// Reads what the tool's output pipe holds now into output.
+PipeRead read_available(int fd, std::string& output) {
+  char buffer[4096];
+  while (true) {
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n > 0) {
+      if (output.size() + static_cast<std::size_t>(n) > kMaxReplyBytes) {
+        return PipeRead::kPastBound;
+      }
+      output.append(buffer, static_cast<std::size_t>(n));
+    } else if (n < 0 && errno == EINTR) {
+      continue;
+    } else {
+      return n < 0 && errno == EAGAIN ? PipeRead::kOpen : PipeRead::kEnded;
+    }
+  }
 }
 
 // Waits for the tool until it ends, its deadline passes or its output outgrows the bound;
 // reads its output meanwhile (output_fd -1: none to read).
 ToolEnd await_tool(pid_t pid, int output_fd, Clock::time_point deadline, std::string& output) {
-  ToolEnd end;
   bool output_open = output_fd >= 0;
   while (true) {
     siginfo_t info{};
@@ -193,56 +213,34 @@ ToolEnd await_tool(pid_t pid, int output_fd, Clock::time_point deadline, std::st
         info.si_pid == pid) {
       // What the tool wrote before it ended is still in the pipe; anything it left running
       // in its group goes with it, so no orphan keeps the pipe open.
-      while (output_open) {
-        char buffer[4096];
-        const ssize_t n = ::read(output_fd, buffer, sizeof buffer);
-        if (n <= 0 || output.size() + static_cast<std::size_t>(n) > kMaxReplyBytes) {
-          end.cut_short = n > 0;
-          break;
-        }
-        output.append(buffer, static_cast<std::size_t>(n));
-      }
-      kill_and_reap(pid, end);
-      return end;
+      const bool past_bound =
+          output_open && read_available(output_fd, output) == PipeRead::kPastBound;
+      return kill_and_reap(pid, past_bound);
     }
     const int wait_ms = milliseconds_until(deadline);
     if (wait_ms == 0) {
-      end.cut_short = true;
-      kill_and_reap(pid, end);
-      return end;
+      return kill_and_reap(pid, true);
     }
     pollfd watched[2] = {{g_child_ended[0], POLLIN, 0}, {output_fd, POLLIN, 0}};
     const int ready = ::poll(watched, output_open ? 2 : 1, wait_ms);
     if (ready < 0 && errno != EINTR) {
-      end.cut_short = true;
-      kill_and_reap(pid, end);
-      return end;
+      return kill_and_reap(pid, true);
     }
-    if (ready <= 0) {
-      continue;
-    }
-    if ((watched[0].revents & POLLIN) != 0) {
+    if (ready > 0 && (watched[0].revents & POLLIN) != 0) {
       drain(g_child_ended[0]);
     }
-    if (output_open && watched[1].revents != 0) {
-      char buffer[4096];
-      const ssize_t n = ::read(output_fd, buffer, sizeof buffer);
-      if (n > 0) {
-        if (output.size() + static_cast<std::size_t>(n) > kMaxReplyBytes) {
-          end.cut_short = true;  // a tool that writes without end stops here
-          kill_and_reap(pid, end);
-          return end;
-        }
-        output.append(buffer, static_cast<std::size_t>(n));
-      } else if (n == 0 || errno != EAGAIN) {
-        output_open = false;
+    if (ready > 0 && output_open && watched[1].revents != 0) {
+      const PipeRead read = read_available(output_fd, output);
+      if (read == PipeRead::kPastBound) {
+        return kill_and_reap(pid, true);  // a tool that writes without end stops here
       }
+      output_open = read == PipeRead::kOpen;
     }
   }
 }
 
 std::optional<std::string> system_run(const Command& command) {
-  if (command.start != CommandStart::kWait || !watch_child_ends()) {
+  if (!watch_child_ends()) {
     return std::nullopt;
   }
   const Clock::time_point deadline = Clock::now() + command.deadline;

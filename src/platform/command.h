@@ -21,19 +21,13 @@ enum class CommandOutput {
   kCapture,  ///< read back by tavio through a pipe, up to kMaxReplyBytes; errors stay tavio's
 };
 
-/// Whether tavio waits for a command or leaves it running after the response is written.
-enum class CommandStart {
-  kWait,    ///< run_command: tavio waits, at most the deadline
-  kDetach,  ///< run_detached: a step of a detached sequence; tavio never waits for it
-};
-
-/// One run of a router tool.
+/// One run of a router tool. Whether tavio waits for it is the door it goes through:
+/// run_command waits (at most the deadline), run_detached never does.
 struct Command {
   std::string program;            ///< looked up through PATH as the shell does, or a path
   std::vector<std::string> args;  ///< the arguments behind the program name, each one word
-  CommandOutput output = CommandOutput::kDiscard;
-  CommandStart start = CommandStart::kWait;
-  std::chrono::milliseconds deadline{0};  ///< how long tavio waits (kWait only)
+  CommandOutput output = CommandOutput::kDiscard;  ///< waited commands only
+  std::chrono::milliseconds deadline{0};           ///< how long tavio waits (waited only)
 };
 
 /// The time after tavio's start past which no further tool is started: a panel that asks
@@ -43,13 +37,13 @@ constexpr std::chrono::seconds kExchangeBudget{20};
 /// Starts the exchange's clock; call once, first thing in a run.
 void start_exchange_clock();
 
-/// Runs a command (start kWait) and waits for it. The standard output read back ("" unless
+/// Runs a command and waits for it. The standard output read back ("" unless
 /// kCapture) when the tool ended with exit status 0 within its deadline and the reply bound;
 /// nothing when it could not start (missing from PATH, budget spent), failed, or ran past its
 /// deadline or the bound (then it and its process group are killed and reaped first).
 [[nodiscard]] std::optional<std::string> run_command(const Command& command);
 
-/// Starts steps (start kDetach) one after another, each after the previous one ended, in a
+/// Starts steps one after another, each after the previous one ended, in a
 /// detached process of its own session that keeps none of tavio's descriptors; returns at
 /// once. False when nothing could be started.
 bool run_detached(const std::vector<Command>& steps);
