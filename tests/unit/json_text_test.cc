@@ -20,16 +20,13 @@ std::string jansson_text(const json_t* document) {
 }
 
 TEST(JsonText, SameTextAsJanssonForEveryKindOfValue) {
+  // What the random documents below do not hold: escapes of every kind in keys, characters
+  // beyond the basic plane, the integers at the ends of their range.
   const char* const documents[] = {
-      "{}",
-      "[]",
-      R"({"type":"valueRead","resp":{"list":[{"k":"cpuload","v":"CPU Load:  7%","ttl":5}]}})",
-      R"(["quote \" backslash \\ slash / tab \t newline \n return \r", "\b\f\u0001\u001f"])",
-      R"(["caf\u00e9", "\u2028\u2029", "\ud83d\ude00", "\u007f"])",
-      R"({"nested":[[],{},[{"a":[1,-2,9223372036854775807,-9223372036854775808]}]]})",
-      R"([true,false,null,0.5,1e300,-0.0,12345.678])",
-      R"({"b":1,"a":2,"":3,"key \"quoted\"":4})",
+      R"({"key \"quoted\" / \\":["\ud83d\ude00","\u2028"]})",
+      R"([9223372036854775807,-9223372036854775808,1e300,-0.0])",
   };
+
   for (const char* text : documents) {
     SCOPED_TRACE(text);
     const JsonPtr document = json_own(json_loads(text, 0, nullptr));
