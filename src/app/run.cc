@@ -11,6 +11,7 @@
 #include "panel/sign_in.h"
 #include "platform/command.h"
 #include "platform/os.h"
+#include "platform/process_state.h"
 #include "platform/temp_file.h"
 #include "tavio/exchange.h"
 #include "tavio/panel_layout.h"
@@ -43,8 +44,8 @@ Exchange settle_exchange(const Options& options) {
 }  // namespace
 
 int run_tavio(int argc, char** argv) {
+  settle_process_state();
   start_exchange_clock();
-  install_run_signals();
   if (const std::optional<std::string> refused = root_check()) {
     std::puts(refused->c_str());
     return 0;

@@ -1,5 +1,6 @@
 #include "handlers/value_write.h"
 
+#include <chrono>
 #include <cstring>
 
 #include "layout/item_ids.h"
@@ -98,15 +99,19 @@ void run_in_background(const std::vector<Command>& steps) {
   static_cast<void>(run_detached(steps));
 }
 
-// The pause before a reset, so the response reaches the panel first.
-Command pause_before_reset() { return {"sleep", {"3"}}; }
+// The pause before a reset, so the response reaches the panel first; its deadline is the
+// pause and a margin.
+constexpr std::chrono::seconds kPauseDeadline{5};
+Command pause_before_reset() { return {"sleep", {"3"}, kPauseDeadline}; }
 
 void restore_factory(const WriteRequest& write) {
   if (!is_yes(write.value)) {
     write.answer.done("No");
     return;
   }
-  run_in_background({{"restoreconfig", {}}, pause_before_reset(), {"reboot", {}}});
+  run_in_background({{"restoreconfig", {}, kFlashToolDeadline},
+                     pause_before_reset(),
+                     {"reboot", {}, kFlashToolDeadline}});
   write.answer.done("Yes").rebooting_message();
 }
 
@@ -124,7 +129,8 @@ void reset_admin_password(const WriteRequest& write) {
     write.answer.done("No");
     return;
   }
-  run_in_background({pause_before_reset(), {HostPath::system(kRecoverPasswordTool).str(), {}}});
+  run_in_background({pause_before_reset(),
+                     {HostPath::system(kRecoverPasswordTool).str(), {}, kFlashToolDeadline}});
   write.answer.done("Yes");
 }
 
@@ -201,7 +207,7 @@ bool panel_reload(const std::string& serial) {
     return false;
   }
   // An empty serial is no argument at all.
-  Command reload{"capwap_cli", {"panel_reload"}};
+  Command reload{"capwap_cli", {"panel_reload"}, kDeviceToolDeadline};
   if (!serial.empty()) {
     reload.args.push_back(serial);
   }

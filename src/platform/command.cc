@@ -5,6 +5,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,6 +17,7 @@
 #include <cerrno>
 #include <cstdlib>
 
+#include "platform/process_state.h"
 #include "platform/text_buffer.h"
 
 namespace tavio {
@@ -36,25 +38,15 @@ bool budget_spent() {
 // pipe and the tool's output together, with the deadline as its time-out: no busy loop, no
 // process descriptors (which the routers' kernels lack).
 int g_child_ended[2] = {-1, -1};
-// The process group of the tool being waited for, so a termination signal can kill it.
-volatile sig_atomic_t g_waited_group = 0;
-// SIGPIPE as tavio found it, handed on to the tools unchanged.
-struct sigaction g_original_sigpipe {};
-bool g_sigpipe_changed = false;
+// The write end of the watch process's pipe (-1: no watch): each waited tool writes its
+// process group into it before it starts, tavio writes 0 once it reaped the tool.
+int g_watch = -1;
 
 void on_child_ended(int /*signal*/) {
   const int saved = errno;
   const ssize_t ignored = ::write(g_child_ended[1], "x", 1);
   static_cast<void>(ignored);
   errno = saved;
-}
-
-void on_termination(int signal_number) {
-  if (g_waited_group > 0) {
-    ::kill(-static_cast<pid_t>(g_waited_group), SIGKILL);
-  }
-  ::signal(signal_number, SIG_DFL);
-  ::raise(signal_number);
 }
 
 bool set_flags(int fd, int fd_flags, int status_flags) {
@@ -90,7 +82,7 @@ void drain(int fd) {
   }
 }
 
-// The argument vector execvp takes; it points into command.
+// The argument vector of a tool; it points into command.
 std::vector<char*> argument_vector(const Command& command) {
   std::vector<char*> argv;
   argv.reserve(command.args.size() + 2);
@@ -102,22 +94,46 @@ std::vector<char*> argument_vector(const Command& command) {
   return argv;
 }
 
-// In a child before exec: the signal state a tool would get from a shell started by tavio,
-// the signal mask given (tavio's own).
-void restore_tool_signals(const sigset_t& mask) {
-  struct sigaction standard {};
-  standard.sa_handler = SIG_DFL;
-  sigemptyset(&standard.sa_mask);
-  for (const int signal_number : {SIGCHLD, SIGTERM, SIGINT, SIGHUP}) {
-    struct sigaction current {};
-    if (::sigaction(signal_number, nullptr, &current) == 0 && current.sa_handler != SIG_IGN) {
-      ::sigaction(signal_number, &standard, nullptr);
+// The search path when PATH is unset: the C library's own, which holds none of the folders of
+// the commands that change the machine.
+constexpr char kDefaultSearchPath[] = "/bin:/usr/bin";
+
+bool runnable_file(const std::string& path) {
+  struct stat info {};
+  return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
+         ::access(path.c_str(), X_OK) == 0;
+}
+
+// The file a shell would run for name, looked up once per run: name itself when it holds a
+// '/', else the first PATH entry holding an executable regular file (an empty entry is the
+// current folder). "" when there is none.
+const std::string& program_file(const std::string& name) {
+  static std::vector<std::pair<std::string, std::string>> found;
+  for (const auto& known : found) {
+    if (known.first == name) {
+      return known.second;
     }
   }
-  if (g_sigpipe_changed) {
-    ::sigaction(SIGPIPE, &g_original_sigpipe, nullptr);
+  std::string file;
+  if (name.find('/') != std::string::npos) {
+    file = name;
+  } else if (!name.empty()) {
+    const char* path = std::getenv("PATH");
+    const std::string_view entries = path != nullptr ? path : kDefaultSearchPath;
+    std::size_t start = 0;
+    while (start <= entries.size()) {
+      const std::size_t colon = std::min(entries.find(':', start), entries.size());
+      std::string candidate(entries.substr(start, colon - start));
+      candidate.append(candidate.empty() ? "" : "/").append(name);
+      if (runnable_file(candidate)) {
+        file = std::move(candidate);
+        break;
+      }
+      start = colon + 1;
+    }
   }
-  ::sigprocmask(SIG_SETMASK, &mask, nullptr);
+  found.emplace_back(name, std::move(file));
+  return found.back().second;
 }
 
 bool redirect(int fd, const char* path, int flags) {
@@ -132,13 +148,20 @@ bool redirect(int fd, const char* path, int flags) {
   return ok;
 }
 
-// In the child of a waited tool, which shares tavio's memory until it execs (vfork): only
-// system calls here, nothing that allocates or touches tavio's state. Never returns.
-[[noreturn]] void exec_waited(const Command& command, char* const* argv, pid_t parent,
-                              int output_fd, const sigset_t& mask) {
+// In the child of a tool, which shares tavio's memory until it execs (vfork): only system
+// calls here, nothing that allocates or touches tavio's state. The tool gets a process group
+// of its own and the signal state of a fresh shell; its standard output goes to output_fd
+// (-1: /dev/null, with its errors). Never returns.
+[[noreturn]] void exec_tool(const char* file, char* const* argv, pid_t parent, int output_fd) {
   ::setpgid(0, 0);
+  if (g_watch >= 0) {
+    // Before the tool starts: a tavio killed from here on takes the whole group with it.
+    const pid_t group = ::getpid();
+    const ssize_t ignored = ::write(g_watch, &group, sizeof group);
+    static_cast<void>(ignored);
+  }
 #ifdef __linux__
-  // A tavio killed outright (SIGKILL) takes its tool with it.
+  // Killed outright before it could tell the watch, tavio still takes the tool with it.
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   if (::getppid() != parent) {
     ::_exit(127);
@@ -146,18 +169,39 @@ bool redirect(int fd, const char* path, int flags) {
 #else
   static_cast<void>(parent);
 #endif
-  restore_tool_signals(mask);
+  give_tool_fresh_signals();
   bool ok = redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
-  if (command.output == CommandOutput::kCapture) {
+  if (output_fd >= 0) {
     ok = ok && ::dup2(output_fd, STDOUT_FILENO) == STDOUT_FILENO;
   } else {
     ok = ok && redirect(STDOUT_FILENO, "/dev/null", O_WRONLY) &&
          ::dup2(STDOUT_FILENO, STDERR_FILENO) == STDERR_FILENO;
   }
-  if (ok) {
-    ::execvp(argv[0], argv);
+  if (ok && file[0] != '\0') {
+    ::execv(file, argv);
+    ::_exit(errno == ENOENT ? 127 : 126);  // as the shell reports a file it cannot run
   }
-  ::_exit(127);  // as the shell reports a command it cannot run
+  ::_exit(127);  // as the shell reports a command it cannot find
+}
+
+// Starts a tool with vfork: on the router's small CPU, copying tavio's page tables for every
+// tool costs more than the tool's own start. No signal handler may run in the child before it
+// has put the tool's signal state in place, so every signal waits until then. The tool's
+// process id, which is also its group's; -1 when it could not be started.
+pid_t start_tool(const Command& command, int output_fd) {
+  const std::string& file = program_file(command.program);
+  const std::vector<char*> argv = argument_vector(command);
+  const pid_t parent = ::getpid();
+  sigset_t all;
+  sigset_t own;
+  sigfillset(&all);
+  ::sigprocmask(SIG_SETMASK, &all, &own);
+  const pid_t pid = ::vfork();
+  if (pid == 0) {
+    exec_tool(file.c_str(), argv.data(), parent, output_fd);
+  }
+  ::sigprocmask(SIG_SETMASK, &own, nullptr);
+  return pid;
 }
 
 // How a waited tool ended.
@@ -239,10 +283,80 @@ ToolEnd await_tool(pid_t pid, int output_fd, Clock::time_point deadline, std::st
   }
 }
 
+// A copy of this process, as fork makes one: the clone system call with nothing shared. The C
+// library's own fork wrapper is passed by because its child crashes under the user-mode
+// emulators the router builds are tested in; tavio has one thread, so the wrapper's other work
+// (fork handlers, locks of other threads) has nothing to do.
+pid_t copy_process() { return static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0)); }
+
+// The watch: a copy of tavio that lives as long as tavio does and reads, from a pipe, the
+// process group of the tool being waited for. When tavio ends in any way, even killed
+// outright, the pipe's last writer is gone; the watch then kills the group it last heard of
+// and ends. Without it, what a tool started in the background (a child still writing the
+// tool's reply file) would outlive a killed tavio, since the kernel's parent-death signal
+// reaches the tool alone.
+[[noreturn]] void watch_tool_groups(int reader) {
+  if (!redirect(STDIN_FILENO, "/dev/null", O_RDONLY) ||
+      !redirect(STDOUT_FILENO, "/dev/null", O_WRONLY) ||
+      ::dup2(STDOUT_FILENO, STDERR_FILENO) != STDERR_FILENO) {
+    ::_exit(1);
+  }
+  pid_t group = 0;
+  pid_t heard = 0;
+  while (true) {
+    const ssize_t n = ::read(reader, &heard, sizeof heard);
+    if (n == static_cast<ssize_t>(sizeof heard)) {
+      group = heard;
+    } else if (n >= 0 || errno != EINTR) {
+      break;
+    }
+  }
+  if (group > 0) {
+    ::kill(-group, SIGKILL);
+  }
+  ::_exit(0);
+}
+
+// Starts the watch once per run, before the first waited tool.
+void start_watch() {
+  if (g_watch >= 0) {
+    return;
+  }
+  int ends[2];
+  if (::pipe(ends) != 0) {
+    return;
+  }
+  if (!set_flags(ends[0], FD_CLOEXEC, 0) || !set_flags(ends[1], FD_CLOEXEC, 0)) {
+    ::close(ends[0]);
+    ::close(ends[1]);
+    return;
+  }
+  const pid_t pid = copy_process();
+  if (pid == 0) {
+    ::close(ends[1]);
+    give_tool_fresh_signals();
+    watch_tool_groups(ends[0]);
+  }
+  ::close(ends[0]);
+  if (pid < 0) {
+    ::close(ends[1]);
+    return;
+  }
+  g_watch = ends[1];
+}
+
+void tell_watch(pid_t group) {
+  if (g_watch >= 0) {
+    const ssize_t ignored = ::write(g_watch, &group, sizeof group);
+    static_cast<void>(ignored);
+  }
+}
+
 std::optional<std::string> system_run(const Command& command) {
   if (!watch_child_ends()) {
     return std::nullopt;
   }
+  start_watch();
   const Clock::time_point deadline = Clock::now() + command.deadline;
   int output[2] = {-1, -1};
   if (command.output == CommandOutput::kCapture) {
@@ -256,20 +370,8 @@ std::optional<std::string> system_run(const Command& command) {
       return std::nullopt;
     }
   }
-  const std::vector<char*> argv = argument_vector(command);
-  const pid_t parent = ::getpid();
-  // vfork: on the router's small CPU, copying tavio's page tables for every tool costs more
-  // than the tool's own start. No signal handler may run in the child before it has put the
-  // tool's signal state in place, so every signal waits until then.
-  sigset_t all;
-  sigset_t own;
-  sigfillset(&all);
-  ::sigprocmask(SIG_SETMASK, &all, &own);
-  const pid_t pid = ::vfork();
-  if (pid == 0) {
-    exec_waited(command, argv.data(), parent, output[1], own);
-  }
-  ::sigprocmask(SIG_SETMASK, &own, nullptr);
+  // The child has made its group and told the watch before vfork lets tavio go on.
+  const pid_t pid = start_tool(command, output[1]);
   if (output[1] >= 0) {
     ::close(output[1]);
   }
@@ -279,11 +381,11 @@ std::optional<std::string> system_run(const Command& command) {
     }
     return std::nullopt;
   }
-  ::setpgid(pid, pid);  // also here, so the group exists before any kill of it
-  g_waited_group = pid;
+  note_waited_group(pid);
   std::string text;
   const ToolEnd end = await_tool(pid, output[0], deadline, text);
-  g_waited_group = 0;
+  note_waited_group(0);
+  tell_watch(0);
   if (output[0] >= 0) {
     ::close(output[0]);
   }
@@ -319,11 +421,46 @@ void close_inherited_descriptors() {
   }
 }
 
-// The detached process: runs each step to its end, in order, then ends.
+// Runs one step of a detached sequence and waits for its end, or kills its group at its
+// deadline. SIGCHLD is blocked here, so its end is waited for with sigtimedwait.
+void run_step(const Command& step) {
+  const pid_t pid = start_tool(step, -1);
+  if (pid < 0) {
+    return;
+  }
+  const Clock::time_point deadline = Clock::now() + step.deadline;
+  sigset_t child_ended;
+  sigemptyset(&child_ended);
+  sigaddset(&child_ended, SIGCHLD);
+  while (true) {
+    siginfo_t info{};
+    if (::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+        info.si_pid == pid) {
+      break;
+    }
+    const int wait_ms = milliseconds_until(deadline);
+    if (wait_ms == 0) {
+      ::kill(-pid, SIGKILL);  // the step is unreaped, so its group's id is still its own
+      break;
+    }
+    const timespec wait{wait_ms / 1000, static_cast<long>(wait_ms % 1000) * 1000000L};
+    ::sigtimedwait(&child_ended, nullptr, &wait);
+  }
+  int status = 0;
+  while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
+  }
+}
+
+// The detached process: runs each step to its end or its deadline, in order, then ends. A
+// step that was killed is one that failed: the next runs as after any failed step, since a
+// sequence never looks at its steps' outcomes.
 [[noreturn]] void run_steps(const std::vector<Command>& steps) {
-  sigset_t own;
-  ::sigprocmask(SIG_SETMASK, nullptr, &own);
-  restore_tool_signals(own);
+  g_watch = -1;  // closed below; the sequence is meant to outlive tavio
+  give_tool_fresh_signals();
+  sigset_t child_ended;
+  sigemptyset(&child_ended);
+  sigaddset(&child_ended, SIGCHLD);
+  ::sigprocmask(SIG_BLOCK, &child_ended, nullptr);
   close_inherited_descriptors();
   const bool quiet = redirect(STDIN_FILENO, "/dev/null", O_RDONLY) &&
                      redirect(STDOUT_FILENO, "/dev/null", O_WRONLY) &&
@@ -332,24 +469,10 @@ void close_inherited_descriptors() {
     ::_exit(1);
   }
   for (const Command& step : steps) {
-    const std::vector<char*> argv = argument_vector(step);
-    const pid_t pid = ::vfork();
-    if (pid == 0) {
-      ::execvp(argv[0], argv.data());
-      ::_exit(127);
-    }
-    int status = 0;
-    while (pid > 0 && ::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
-    }
+    run_step(step);
   }
   ::_exit(0);
 }
-
-// A copy of this process, as fork makes one: the clone system call with nothing shared. The C
-// library's own fork wrapper is passed by because its child crashes under the user-mode
-// emulators the router builds are tested in; tavio has one thread, so the wrapper's other work
-// (fork handlers, locks of other threads) has nothing to do.
-pid_t copy_process() { return static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0)); }
 
 bool system_detach(const std::vector<Command>& steps) {
   if (steps.empty()) {
@@ -392,23 +515,6 @@ bool run_detached(const std::vector<Command>& steps) { return g_runner->detach(s
 
 void replace_command_runner(const CommandRunner* runner) {
   g_runner = runner == nullptr ? &kSystemRunner : runner;
-}
-
-void install_run_signals() {
-  struct sigaction ignore {};
-  ignore.sa_handler = SIG_IGN;
-  sigemptyset(&ignore.sa_mask);
-  g_sigpipe_changed = ::sigaction(SIGPIPE, &ignore, &g_original_sigpipe) == 0;
-  struct sigaction terminate {};
-  terminate.sa_handler = on_termination;
-  sigemptyset(&terminate.sa_mask);
-  for (const int signal_number : {SIGTERM, SIGINT, SIGHUP}) {
-    struct sigaction current {};
-    // A signal ignored by whoever started tavio stays ignored.
-    if (::sigaction(signal_number, nullptr, &current) == 0 && current.sa_handler != SIG_IGN) {
-      ::sigaction(signal_number, &terminate, nullptr);
-    }
-  }
 }
 
 }  // namespace tavio

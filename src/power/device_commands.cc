@@ -17,9 +17,7 @@ namespace tavio {
 namespace {
 
 constexpr char kDeviceTool[] = "capwap_cli";
-/// A unit answers the device tool within a second or two; one that has not answered by then
-/// is treated as unreachable rather than keeping the panel waiting.
-constexpr std::chrono::seconds kDeviceToolDeadline{10};
+static_assert(kDeviceToolDeadline <= kLongestWaitedDeadline, "an exchange would outlast its bound");
 constexpr std::size_t kUnreachableCapacity = 128;
 
 // The router's device interface takes one command line of at most 511 characters, which also
@@ -33,9 +31,8 @@ bool unit_serial_fits(const char* line_format, const char* answer_file, const st
 
 // Runs the device tool; its answer as JSON, or null.
 JsonPtr ask_device(std::vector<std::string> args) {
-  Command command{kDeviceTool, std::move(args), CommandOutput::kCapture};
-  command.deadline = kDeviceToolDeadline;
-  const std::optional<std::string> answer = run_command(command);
+  const std::optional<std::string> answer =
+      run_command(Command{kDeviceTool, std::move(args), kDeviceToolDeadline, CommandOutput::kCapture});
   return answer ? json_own(json_loadb(answer->data(), answer->size(), 0, nullptr)) : nullptr;
 }
 

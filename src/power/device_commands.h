@@ -6,6 +6,7 @@
 
 #include <jansson.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,6 +15,11 @@
 #include "tavio/power_unit.h"
 
 namespace tavio {
+
+/// A unit answers the device tool within a second or two; one that has not answered by then
+/// is treated as unreachable rather than keeping the panel waiting. The same bound ends a
+/// panel reload that hangs in the background.
+constexpr std::chrono::seconds kDeviceToolDeadline{10};
 
 /// The device tool's answer to a read-only command (args: the command and its arguments),
 /// asked once per run; null on any failure.

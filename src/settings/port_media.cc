@@ -82,7 +82,7 @@ std::optional<std::string> set_port_media(int port, const char* value) {
       save_taglist_ex(active.get(), 1) != 0) {
     return std::nullopt;
   }
-  run_detached({{"saveconfig", {}}, {"activate", {}}});
+  run_detached({{"saveconfig", {}, kFlashToolDeadline}, {"activate", {}, kFlashToolDeadline}});
   return std::string(value);
 }
 

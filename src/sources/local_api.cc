@@ -26,6 +26,7 @@ constexpr int kDefaultPort = 80;
 constexpr int kFetchTimeoutSeconds = 10;
 /// tavio waits for the fetch tool its own time-out plus a margin to start and save the reply.
 constexpr std::chrono::seconds kFetchDeadline{kFetchTimeoutSeconds + 2};
+static_assert(kFetchDeadline <= kLongestWaitedDeadline, "an exchange would outlast its bound");
 
 int g_cached_port = -1;
 
@@ -37,7 +38,7 @@ bool write_request_file(TempFile& file, const char* text) {
 // "wget_https -T 10 [-f BODY] -e HEADERS [-O OUTPUT] URL"; the files left out are null.
 Command fetch_command(const TempFile* input, const TempFile& header, const TempFile* output,
                       std::string_view path, std::string_view query) {
-  Command command{kFetchTool, {"-T", std::to_string(kFetchTimeoutSeconds)}};
+  Command command{kFetchTool, {"-T", std::to_string(kFetchTimeoutSeconds)}, kFetchDeadline};
   if (input != nullptr) {
     command.args.insert(command.args.end(), {"-f", input->path().str()});
   }
@@ -48,7 +49,6 @@ Command fetch_command(const TempFile* input, const TempFile& header, const TempF
   std::string url = api_base_url(kPathCapacity);
   url.append("/").append(path).append(query);
   command.args.push_back(std::move(url));
-  command.deadline = kFetchDeadline;
   return command;
 }
 

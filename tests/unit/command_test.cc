@@ -22,11 +22,11 @@ namespace {
 using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
+constexpr milliseconds kAmple{5000};
+
 Command sh(const std::string& script, CommandOutput output = CommandOutput::kCapture,
-           milliseconds deadline = milliseconds(5000)) {
-  Command command{"sh", {"-c", script}, output};
-  command.deadline = deadline;
-  return command;
+           milliseconds deadline = kAmple) {
+  return Command{"sh", {"-c", script}, deadline, output};
 }
 
 std::string read_text(const std::string& path) {
@@ -44,7 +44,7 @@ TEST(Command, OutcomesOfWaitedTools) {
       {"output discarded", sh("printf 'answer'", CommandOutput::kDiscard), ""},
       {"non-zero exit", sh("printf 'answer'; exit 3"), std::nullopt},
       {"killed by a signal", sh("kill -9 $$"), std::nullopt},
-      {"missing from PATH", Command{"tavio-no-such-tool", {}, CommandOutput::kCapture},
+      {"missing from PATH", Command{"tavio-no-such-tool", {}, kAmple, CommandOutput::kCapture},
        std::nullopt},
       {"standard input is empty", sh("cat"), ""},
       {"output at the reply bound", sh("head -c 1048576 /dev/zero"), std::string(1048576, '\0')},
@@ -59,8 +59,7 @@ TEST(Command, OutcomesOfWaitedTools) {
 TEST(Command, EachArgumentArrivesExactlyAsOneWord) {
   const std::vector<std::string> texts = {"a;reboot",  "$(reboot)", "`reboot`", "a b", "a'b\"c",
                                           "a\nreboot", "*",         "~root",    "x&y", ""};
-  Command command{"printf", {"[%s]"}, CommandOutput::kCapture};
-  command.deadline = milliseconds(5000);
+  Command command{"printf", {"[%s]"}, kAmple, CommandOutput::kCapture};
   std::string expected;
   for (const std::string& text : texts) {
     command.args.push_back(text);
@@ -76,6 +75,7 @@ TEST(Command, EndsWithTheToolNotWithWhatItLeftRunning) {
   EXPECT_LT(Clock::now() - start, milliseconds(3000));
 }
 
+// A step that outlives its deadline is killed with its group, and the sequence goes on.
 TEST(Command, DetachedStepsRunInOrderAfterTheCallerMovedOn) {
   tavio_test::TempRoot root;
   ASSERT_TRUE(root.ok());
@@ -85,8 +85,9 @@ TEST(Command, DetachedStepsRunInOrderAfterTheCallerMovedOn) {
   ASSERT_EQ(::pipe(watch), 0);
   const Clock::time_point start = Clock::now();
   ASSERT_TRUE(run_detached({
-      {"sh", {"-c", "sleep 0.3; echo one >> " + log}},
-      {"sh", {"-c", "echo two >> " + log}},
+      {"sh", {"-c", "sleep 0.3; echo one >> " + log}, kAmple},
+      {"sh", {"-c", "sleep 60; echo never >> " + log}, milliseconds(300)},
+      {"sh", {"-c", "echo two >> " + log}, kAmple},
   }));
   EXPECT_LT(Clock::now() - start, milliseconds(250)) << "the caller waited for the steps";
   ::close(watch[1]);

@@ -1,0 +1,32 @@
+// The process state a run relies on, set at start-up whatever the display process left: a
+// caller's blocked or ignored SIGCHLD would turn every tool call into its full deadline, an
+// ignored SIGPIPE or SIGINT would reach the tools, and a closed standard output would kill
+// tavio mid-write.
+#ifndef TAVIO_PLATFORM_PROCESS_STATE_H
+#define TAVIO_PLATFORM_PROCESS_STATE_H
+
+#include <signal.h>
+#include <sys/types.h>
+
+namespace tavio {
+
+/// Puts every signal's disposition back to its default, empties the signal mask, then
+/// ignores SIGPIPE (a reader that goes away must not kill a run mid-write) and handles
+/// SIGTERM, SIGINT and SIGHUP: the tool being waited for is killed and a half-written file
+/// removed before tavio ends as the signal asks. Call once, first thing in a run.
+void settle_process_state();
+
+/// In a child about to exec a tool: the state a program gets when started by a fresh shell,
+/// default dispositions and an empty mask. Only system calls: safe after vfork.
+void give_tool_fresh_signals();
+
+/// The process group of the tool being waited for (0: none), for the termination handler.
+void note_waited_group(pid_t group);
+
+/// The file being written that a termination must not leave behind (null: none). The text
+/// must live until the note is cleared.
+void note_partial_file(const char* path);
+
+}  // namespace tavio
+
+#endif
