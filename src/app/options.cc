@@ -34,10 +34,10 @@ Options parse_options(int argc, char** argv) {
         options.dump = true;
         return options;  // the dump runs at once; later options are never looked at
       case 'i':
-        options.input_path = cut_text(optarg, kTextCapacity);
+        options.input_path = optarg;  // used whole: a cut path names another file
         break;
       case 'o':
-        options.output_path = cut_text(optarg, kTextCapacity);
+        options.output_path = optarg;
         break;
       case 't':
         options.text = cut_text(optarg, kTextCapacity);

@@ -8,11 +8,12 @@
 
 namespace tavio {
 
-/// What the command line asked for; texts already cut to their buffer sizes.
+/// What the command line asked for; the texts the panel shows already cut to their sizes,
+/// the file paths whole.
 struct Options {
   std::string text;         ///< -t: free text for the custom menu (255 characters)
-  std::string output_path;  ///< -o: response file (255 characters)
-  std::string input_path;   ///< -i: request file (255 characters)
+  std::string output_path;  ///< -o: response file
+  std::string input_path;   ///< -i: request file
   std::string serial;       ///< -s: panel serial (15 characters)
   PanelType panel_type = PanelType::kExternal;  ///< -x
   bool keycode = false;                         ///< -K: the panel signs in with a passcode

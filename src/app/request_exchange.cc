@@ -40,16 +40,12 @@ const RequestType kRequestTypes[] = {
     {"valueWrite", handle_value_write},
 };
 
-// Removes the old response, then writes the new one fresh and whole: a document that cannot
-// be written completely (a full file system) leaves no file rather than a cut one.
+// Writes the response whole under a new name and renames it over the old one: the display
+// process reads the old response or the new one, never part of one, even when tavio is killed
+// mid-write or the file system is full.
 bool write_response(const json_t* document, const char* output_path) {
-  const HostPath output = HostPath::as_given(output_path);
   const std::optional<std::string> text = json_compact_text(document);
-  if (!text) {
-    return false;
-  }
-  remove_file(output);
-  return write_file_whole(output, *text);
+  return text && replace_file_atomically(HostPath::as_given(output_path), *text);
 }
 
 // The request document; nothing when it is missing, larger than a request can be, or not JSON.

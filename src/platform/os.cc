@@ -10,6 +10,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
+
+#include "platform/command.h"
+#include "platform/process_state.h"
 
 namespace tavio {
 namespace {
@@ -65,84 +69,139 @@ FilePtr open_file(const HostPath& path, const char* mode) {
 
 bool remove_file(const HostPath& path) { return ::unlink(path.c_str()) == 0; }
 
-namespace {
+long pid_in_name(const char* text, const char* ending) {
+  // A process id as "%d" prints it: no sign, no leading zero.
+  if (*text < '1' || *text > '9') {
+    return 0;
+  }
+  char* end = nullptr;
+  errno = 0;
+  const long pid = std::strtol(text, &end, 10);
+  return errno == 0 && std::strcmp(end, ending) == 0 ? pid : 0;
+}
 
-constexpr char kSaveSuffix[] = ".tavio-save.";
-
-// Removes what earlier runs left of their saves of final_path: a run killed mid-save leaves
-// "<file>.tavio-save.<pid>"; once that process is gone nobody else will finish it.
-void remove_abandoned_saves(const std::string& final_path) {
-  const std::size_t slash = final_path.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : final_path.substr(0, slash);
-  const std::string prefix =
-      final_path.substr(slash == std::string::npos ? 0 : slash + 1) + kSaveSuffix;
-  DIR* dir = ::opendir(folder.c_str());
-  if (dir == nullptr) {
+void remove_abandoned_files(const HostPath& folder, long (*owner)(const char* name)) {
+  // The folder is opened once, without following a link, and every look and removal is made
+  // relative to it: a folder swapped for a link meanwhile cannot lead the removals elsewhere.
+  const int dir_fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+  if (dir_fd < 0) {
     return;
   }
+  DIR* dir = ::fdopendir(dir_fd);
+  if (dir == nullptr) {
+    ::close(dir_fd);
+    return;
+  }
+  const std::time_t now = std::time(nullptr);
   while (const dirent* entry = ::readdir(dir)) {
-    const std::string name = entry->d_name;
-    if (name.compare(0, prefix.size(), prefix) != 0) {
-      continue;
-    }
-    char* end = nullptr;
-    const long pid = std::strtol(name.c_str() + prefix.size(), &end, 10);
-    if (end != nullptr && *end == '\0' && pid > 0 && ::kill(static_cast<pid_t>(pid), 0) != 0 &&
-        errno == ESRCH) {
-      std::string path = folder;
-      path.append("/").append(name);
-      ::unlink(path.c_str());
+    const long pid = owner(entry->d_name);
+    struct stat info {};
+    if (pid > 0 && pid != ::getpid() && ::kill(static_cast<pid_t>(pid), 0) != 0 &&
+        errno == ESRCH && ::fstatat(dir_fd, entry->d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 &&
+        now - info.st_mtime > kLongestExchange.count()) {
+      ::unlinkat(dir_fd, entry->d_name, 0);
     }
   }
   ::closedir(dir);
 }
 
-// Writes all of text to a new file at path, never through a link; false (and no file) when
-// it cannot be written whole. A mode is set as it is; without one the umask applies, as for
-// any file the program creates.
-bool write_new_file(const std::string& path, std::string_view text, std::optional<mode_t> mode) {
-  const int fd = ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC,
-                        mode.value_or(0666));
-  if (fd < 0) {
-    return false;
+namespace {
+
+constexpr char kSaveMark[] = ".tavio-save.";
+// The longest name a folder entry may have on the router's file systems.
+constexpr std::size_t kMaxNameLength = 255;
+
+// "FILE.tavio-save.PID", FILE cut where the whole name would be too long for a folder entry.
+std::string save_name(const std::string& final_path) {
+  const std::size_t slash = final_path.rfind('/');
+  const std::size_t name_start = slash == std::string::npos ? 0 : slash + 1;
+  const std::string mark = kSaveMark + std::to_string(::getpid());
+  const std::size_t room = kMaxNameLength - mark.size();
+  std::string name = final_path.substr(0, name_start + std::min(room, final_path.size() - name_start));
+  return name.append(mark);
+}
+
+// The process that left a save behind: the number after the save mark at the end of name;
+// 0 when name is not one of tavio's saves.
+long save_owner(const char* name) {
+  const char* mark = std::strstr(name, kSaveMark);
+  while (mark != nullptr && std::strstr(mark + 1, kSaveMark) != nullptr) {
+    mark = std::strstr(mark + 1, kSaveMark);
   }
-  bool ok = !mode || ::fchmod(fd, *mode) == 0;
-  std::size_t written = 0;
-  while (ok && written < text.size()) {
-    const ssize_t n = ::write(fd, text.data() + written, text.size() - written);
+  return mark == nullptr ? 0 : pid_in_name(mark + sizeof kSaveMark - 1, "");
+}
+
+std::string folder_of(const std::string& path) {
+  const std::size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
+bool write_all(int fd, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t n = ::write(fd, text.data(), text.size());
     if (n < 0 && errno == EINTR) {
       continue;
     }
-    ok = n > 0;
-    written += ok ? static_cast<std::size_t>(n) : 0;
+    if (n <= 0) {
+      return false;
+    }
+    text.remove_prefix(static_cast<std::size_t>(n));
   }
-  ok = (::close(fd) == 0) && ok;
-  if (!ok) {
-    ::unlink(path.c_str());
-  }
-  return ok;
+  return true;
+}
+
+// Gives the written unnamed file (O_TMPFILE) the name temp through its descriptor: until
+// this moment a kill leaves nothing behind. The descriptor's entry in /proc serves any user;
+// without /proc, the descriptor itself serves a user allowed to read any file (root).
+bool link_unnamed(int fd, const std::string& temp) {
+  const std::string self = "/proc/self/fd/" + std::to_string(fd);
+  return ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, temp.c_str(), AT_SYMLINK_FOLLOW) == 0 ||
+         ::linkat(fd, "", AT_FDCWD, temp.c_str(), AT_EMPTY_PATH) == 0;
 }
 
 }  // namespace
 
 bool replace_file_atomically(const HostPath& final_path, std::string_view text) {
-  remove_abandoned_saves(final_path.str());
+  const std::string& target = final_path.str();
+  const std::string folder = folder_of(target);
   struct stat old {};
-  const mode_t mode = ::stat(final_path.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644;
-  const std::string temp = final_path.str() + kSaveSuffix + std::to_string(::getpid());
-  ::unlink(temp.c_str());  // a leftover of an earlier run that had this process id
-  if (!write_new_file(temp, text, mode)) {
+  const bool exists = ::lstat(target.c_str(), &old) == 0;
+  if (exists && !S_ISREG(old.st_mode) && !S_ISLNK(old.st_mode)) {
+    return false;  // a FIFO, a device, a folder or a socket is nobody's file to replace
+  }
+  remove_abandoned_files(HostPath::as_given(folder), save_owner);
+  // The new file keeps the permissions of the file it replaces (a plain file's, not a
+  // link's); without one it is created as any new file, under the umask.
+  const bool keep_mode = exists && S_ISREG(old.st_mode);
+  const std::string temp = save_name(target);
+#ifdef O_TMPFILE
+  int fd = ::open(folder.c_str(), O_TMPFILE | O_WRONLY | O_CLOEXEC, 0666);
+  const bool unnamed = fd >= 0;
+#else
+  int fd = -1;
+  const bool unnamed = false;
+#endif
+  if (!unnamed) {
+    // Kernels and file systems without unnamed files: the name exists while it is written.
+    fd = ::open(temp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
+  }
+  if (fd < 0) {
     return false;
   }
-  if (std::rename(temp.c_str(), final_path.c_str()) != 0) {
+  note_partial_file(unnamed ? nullptr : temp.c_str());
+  bool ok = (!keep_mode || ::fchmod(fd, old.st_mode & 07777) == 0) && write_all(fd, text);
+  bool named = !unnamed;  // only a name this save made is removed when it fails
+  if (ok && unnamed) {
+    note_partial_file(temp.c_str());
+    ok = named = link_unnamed(fd, temp);
+  }
+  ok = (::close(fd) == 0) && ok;
+  ok = ok && std::rename(temp.c_str(), target.c_str()) == 0;
+  if (!ok && named) {
     ::unlink(temp.c_str());
-    return false;
   }
-  return true;
-}
-
-bool write_file_whole(const HostPath& path, std::string_view text) {
-  return write_new_file(path.str(), text, std::nullopt);
+  note_partial_file(nullptr);
+  return ok;
 }
 
 std::optional<std::string> read_file_limited(const HostPath& path, std::size_t max_bytes,

@@ -48,13 +48,20 @@ using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 [[nodiscard]] FilePtr open_file(const HostPath& path, const char* mode);
 /// unlink; false when nothing was removed.
 bool remove_file(const HostPath& path);
-/// Writes text into a new file created next to final_path, then renames it over final_path,
-/// so readers see the old file or the new one, never half of one; a save cut short by a kill
-/// leaves a file that the next save of the same file removes.
+/// Writes text whole into a new file in final_path's folder and renames it over final_path,
+/// so a reader sees the old file or the new one, never part of one, and a kill leaves no
+/// partial file under any name. The new file keeps the old one's permissions. An existing
+/// final_path that is neither a regular file nor a link (a FIFO, a device, a folder, a
+/// socket) is left as it is, and nothing is written. False when nothing was replaced.
 bool replace_file_atomically(const HostPath& final_path, std::string_view text);
-/// Creates path (which must not exist; a link is never followed) holding exactly text; when
-/// it cannot be written whole nothing is left at path.
-bool write_file_whole(const HostPath& path, std::string_view text);
+/// The process id a file name carries right before ending, written as "%d" writes it; 0 when
+/// text is not such a number followed by exactly ending.
+[[nodiscard]] long pid_in_name(const char* text, const char* ending);
+/// Removes what killed runs left in folder: each entry that owner names a process for (0:
+/// not a name tavio forms) whose process does not exist and that is older than the longest
+/// exchange, so nothing of a run that is still going (also one in another process-id
+/// namespace, whose ids are not ours) is ever removed.
+void remove_abandoned_files(const HostPath& folder, long (*owner)(const char* name));
 /// The whole file when it is a regular file of at most max_bytes; nothing when it is larger,
 /// unreadable, not a regular file (a FIFO, a device) or, without follow_links, a link.
 [[nodiscard]] std::optional<std::string> read_file_limited(const HostPath& path,

@@ -1,12 +1,9 @@
 #include "platform/temp_file.h"
 
-#include <dirent.h>
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 
@@ -34,25 +31,20 @@ bool write_all(int fd, std::string_view text) {
   return true;
 }
 
-// Names of temporary files, each followed by a process id and an ending: this program's own,
-// and the device answers that the router's earlier panel back ends kept in files.
-const char* const kTempFilePrefixes[] = {
-    "wget_ext_hdr_", "wget_input_",         "wget_result_", "pmu_list_",
-    "pmu_info_",     "pmu_iotdevport_set_", "pmu_status_",  "extpower_status_",
-};
+// The names this program gives its temporary files, "%d" the process id.
+const char* const kTempFileFormats[] = {kApiHeaderFormat, kApiInputFormat, kApiResultFormat};
 
-// The process id a temporary file's name carries; 0 when the name is not a temporary file's.
+// The process id a temporary file's name carries; 0 when the name is not one tavio forms.
 long temp_file_owner(const char* name) {
-  for (const char* prefix : kTempFilePrefixes) {
-    const std::size_t length = std::strlen(prefix);
-    if (std::strncmp(name, prefix, length) != 0) {
-      continue;
+  for (const char* format : kTempFileFormats) {
+    const std::string_view base = std::strrchr(format, '/') + 1;
+    const std::size_t number = base.find("%d");
+    if (std::strncmp(name, base.data(), number) == 0) {
+      const std::string ending(base.substr(number + 2));
+      if (const long pid = pid_in_name(name + number, ending.c_str())) {
+        return pid;
+      }
     }
-    char* end = nullptr;
-    const long pid = std::strtol(name + length, &end, 10);
-    const bool ending = end != nullptr && end != name + length &&
-                        (std::strcmp(end, ".json") == 0 || std::strcmp(end, ".txt") == 0);
-    return ending && pid > 0 ? pid : 0;
   }
   return 0;
 }
@@ -60,19 +52,7 @@ long temp_file_owner(const char* name) {
 }  // namespace
 
 void sweep_abandoned_temp_files() {
-  const HostPath folder = HostPath::system(kRunDirectory);
-  DIR* dir = ::opendir(folder.c_str());
-  if (dir == nullptr) {
-    return;
-  }
-  while (const dirent* entry = ::readdir(dir)) {
-    const long pid = temp_file_owner(entry->d_name);
-    if (pid > 0 && pid != process_id() && ::kill(static_cast<pid_t>(pid), 0) != 0 &&
-        errno == ESRCH) {
-      ::unlink((folder.str() + "/" + entry->d_name).c_str());
-    }
-  }
-  ::closedir(dir);
+  remove_abandoned_files(HostPath::system(kRunDirectory), temp_file_owner);
 }
 
 TempFile::TempFile(const char* format)

@@ -46,7 +46,7 @@ class TempFile {
 };
 
 /// Removes the temporary files that runs killed mid-call left in the run directory: those
-/// named after a process that no longer exists.
+/// named after a process that no longer exists and older than the longest exchange.
 void sweep_abandoned_temp_files();
 
 }  // namespace tavio

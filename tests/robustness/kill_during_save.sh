@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # A kill at any point of a save leaves each saved file either as it was or as the save makes
-# it, never a mix or empty; and what a killed save leaves behind, the next save removes.
+# it, never a mix or empty; and what a killed save leaves behind, the next save removes once it
+# is older than any exchange can last.
 #
 #   kill_during_save.sh TAVIO_BINARY [EMULATOR...]
 #
@@ -88,7 +89,9 @@ for save in "${saves[@]}"; do
           fail "$name: killed at $syscall $n, $file is neither old nor new: $(head -c 200 "$work/root/$file" 2>&1)"
         fi
       done
-      # The next save finishes the job and leaves nothing of the killed one.
+      # A later save finishes the job and leaves nothing of the killed one.
+      find "$work/root/$rundir" "$work/root/$conf" -name '*.tavio-save.*' \
+        -exec touch -d '1 hour ago' {} +
       run_tavio "${tavio[@]}"
       leftovers=$(cd "$work/root" && find "$rundir" "$conf" -name '*.tavio-save.*')
       [[ -z $leftovers ]] || fail "$name: killed at $syscall $n, left behind: $leftovers"

@@ -59,6 +59,7 @@ TEST(ParseOptions, Table) {
   }
 }
 
+// The panel's texts keep their sizes; the file paths are used whole.
 TEST(ParseOptions, CutsTextsToTheirBuffers) {
   const struct {
     std::size_t length, kept, serial_length, serial_kept;
@@ -67,8 +68,8 @@ TEST(ParseOptions, CutsTextsToTheirBuffers) {
     const Options options =
         parse({"-i", std::string(c.length, 'i'), "-o", std::string(c.length, 'o'), "-t",
                std::string(c.length, 't'), "-s", std::string(c.serial_length, 's')});
-    EXPECT_EQ(options.input_path, std::string(c.kept, 'i')) << c.length;
-    EXPECT_EQ(options.output_path, std::string(c.kept, 'o')) << c.length;
+    EXPECT_EQ(options.input_path, std::string(c.length, 'i')) << c.length;
+    EXPECT_EQ(options.output_path, std::string(c.length, 'o')) << c.length;
     EXPECT_EQ(options.text, std::string(c.kept, 't')) << c.length;
     EXPECT_EQ(options.serial, std::string(c.serial_kept, 's')) << c.serial_length;
   }

@@ -6,10 +6,12 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <ctime>
 #include <cstdlib>
 #include <string>
 #include <vector>
@@ -86,7 +88,9 @@ TEST_F(TempFileTest, FreshPrivateFilesWhateverWasAtTheName) {
   }
 }
 
-// Files of runs killed mid-call go with the next run; a living run's files and other files stay.
+// Files of runs killed mid-call go with a later run once they are older than any exchange; a
+// living run's files, a fresh file of an unknown process (a run in another process-id
+// namespace) and names tavio does not form stay.
 TEST_F(TempFileTest, SweepRemovesOnlyTheFilesOfRunsThatAreGone) {
   const pid_t dead = ::vfork();
   if (dead == 0) {
@@ -98,18 +102,24 @@ TEST_F(TempFileTest, SweepRemovesOnlyTheFilesOfRunsThatAreGone) {
   const std::string gone = std::to_string(dead);
   const std::string living = std::to_string(::getppid());
   const std::vector<std::string> swept = {"wget_ext_hdr_" + gone + ".txt",
-                                          "wget_result_" + gone + ".json",
-                                          "pmu_info_" + gone + ".json"};
-  const std::vector<std::string> kept = {"wget_result_" + living + ".json",
-                                         "panel_access_" + gone + ".status",
-                                         "wget_result_" + gone + ".json.bak", "wget_result_.json"};
+                                          "wget_input_" + gone + ".txt",
+                                          "wget_result_" + gone + ".json"};
+  const std::vector<std::string> kept = {
+      "wget_result_" + living + ".json", "panel_access_" + gone + ".status",
+      "wget_result_" + gone + ".json.bak", "wget_result_.json", "wget_result_0" + gone + ".json",
+      "pmu_info_" + gone + ".json",      "wget_ext_hdr_" + gone + ".json"};
+  const std::string fresh = "wget_result_" + gone + "0.json";  // written just now
+  const timeval old[2] = {{::time(nullptr) - 60, 0}, {::time(nullptr) - 60, 0}};
   for (const std::vector<std::string>* names : {&swept, &kept}) {
     for (const std::string& file : *names) {
       root_.write(std::string(kRunDir) + "/" + file, "x");
+      ASSERT_EQ(::utimes(root_.host(std::string(kRunDir) + "/" + file).c_str(), old), 0);
     }
   }
-  sweep_abandoned_temp_files();
+  root_.write(std::string(kRunDir) + "/" + fresh, "x");
   std::vector<std::string> expected = kept;
+  expected.push_back(fresh);
+  sweep_abandoned_temp_files();
   std::sort(expected.begin(), expected.end());
   EXPECT_EQ(root_.list(kRunDir), expected);
 }
