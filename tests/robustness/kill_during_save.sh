@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# A kill at any point of a save leaves each saved file either as it was or as the save makes
-# it, never a mix or empty; and what a killed save leaves behind, the next save removes once it
-# is older than any exchange can last.
+# A kill at any point of a save leaves each saved file, and the response, either as it was or as
+# the save makes it, never a mix or empty; and what a killed save leaves behind, the next save
+# removes once it is older than any exchange can last.
 #
 #   kill_during_save.sh TAVIO_BINARY [EMULATOR...]
 #
@@ -36,12 +36,12 @@ fresh_root() {
   printf '{"sz": 2, "ln": 3, "ch": 16}' >"$work/root/$rundir/mmi_font_settings_PNL-OUT.json"
 }
 
-# Each save: a name, the files it rewrites, the arguments, the request.
+# Each save: a name, the files it rewrites (out.json: the response), the arguments, the request.
 font='"font":[{"sz":1,"ln":4,"ch":21}]'
 saves=(
-  "port media|$conf/config.active|-s PNL-OUT|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"wan_port_speed_1\",\"v\":\"10baseT-HD\"}]}}"
-  "sign-in|$rundir/panel_access_PNL-OUT.status|-s PNL-OUT|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"panel_passcode\",\"v\":\"2580\"}]}}"
-  "sign-out|$rundir/panel_access_PNL-IN.status|-s PNL-IN|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"panel_logout\",\"v\":\"Yes\"}]}}"
+  "port media|$conf/config.active out.json|-s PNL-OUT|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"wan_port_speed_1\",\"v\":\"10baseT-HD\"}]}}"
+  "sign-in|$rundir/panel_access_PNL-OUT.status out.json|-s PNL-OUT|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"panel_passcode\",\"v\":\"2580\"}]}}"
+  "sign-out|$rundir/panel_access_PNL-IN.status out.json|-s PNL-IN|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"panel_logout\",\"v\":\"Yes\"}]}}"
   "theme and font|$rundir/mmi_theme_settings_PNL-OUT.json $rundir/mmi_font_settings_PNL-OUT.json|-s PNL-OUT|{\"type\":\"menuReq\",\"req\":{\"panel\":{\"font_pref\":1,$font,\"theme\":\"google\"},\"ref\":\"no_such_menu\"}}"
 )
 
@@ -58,9 +58,10 @@ for save in "${saves[@]}"; do
   IFS='|' read -r name files args request <<<"$save"
   printf '%s\n' "$request" >"$work/request.json"
   read -r -a extra <<<"$args"
-  tavio=("${emulator[@]}" "$binary" "${extra[@]}" -i "$work/request.json" -o "$work/out.json")
+  tavio=("${emulator[@]}" "$binary" "${extra[@]}" -i "$work/request.json" -o "$work/root/out.json")
   # What each file holds before and after a save that runs to its end.
   fresh_root
+  echo '{"old":1}' >"$work/root/out.json"
   for file in $files; do cp "$work/root/$file" "$work/old.${file//\//_}"; done
   run_tavio "${tavio[@]}"
   for file in $files; do
@@ -81,6 +82,7 @@ for save in "${saves[@]}"; do
     for ((n = 1; n <= count; n++)); do
       calls=$((calls + 1))
       fresh_root
+      echo '{"old":1}' >"$work/root/out.json"
       run_tavio strace -qq -o /dev/null -e trace=%file,%desc \
         -e inject="$syscall":signal=KILL:when=$n "${tavio[@]}"
       for file in $files; do
@@ -90,10 +92,10 @@ for save in "${saves[@]}"; do
         fi
       done
       # A later save finishes the job and leaves nothing of the killed one.
-      find "$work/root/$rundir" "$work/root/$conf" -name '*.tavio-save.*' \
+      find "$work/root" -name '*.tavio-save.*' \
         -exec touch -d '1 hour ago' {} +
       run_tavio "${tavio[@]}"
-      leftovers=$(cd "$work/root" && find "$rundir" "$conf" -name '*.tavio-save.*')
+      leftovers=$(cd "$work/root" && find . -name '*.tavio-save.*')
       [[ -z $leftovers ]] || fail "$name: killed at $syscall $n, left behind: $leftovers"
     done
   done

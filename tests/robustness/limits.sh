@@ -61,16 +61,40 @@ run "nested thirty thousand deep" "$invalid" -i "$work/deep.json" -o "$out"
 run "bytes that are not UTF-8" "$invalid" -i "$work/latin1.json" -o "$out"
 run "an endless request file" "$invalid" -i /dev/zero -o "$out"
 
-# The output path: a directory stays a directory; a link is replaced, never followed.
+# The output path: what is not a file (a directory, a FIFO, a socket, a device node) stays as
+# it is; a link is replaced, never followed.
 printf '{"type":"valueRead","req":{"list":[{"k":"cpuload"}]}}' >"$work/read.json"
 mkdir "$work/outdir"
-run "output is a directory" "^Fail to generate output file" -i "$work/read.json" -o "$work/outdir"
-[[ -d $work/outdir ]] || fail "output is a directory: it is gone"
+mkfifo "$work/outfifo"
+python3 -c 'import socket, sys; socket.socket(socket.AF_UNIX).bind(sys.argv[1])' "$work/outsocket"
+mknod "$work/outdevice" c 1 3 2>/dev/null || true  # as root only: a null device of our own
+for special in outdir outfifo outsocket outdevice; do
+  [[ -e $work/$special ]] || continue
+  kind=$(stat -c %F "$work/$special")
+  run "output is a $kind" "^Fail to generate output file $work/$special !\$" -i "$work/read.json" \
+    -o "$work/$special"
+  [[ $(stat -c %F "$work/$special") == "$kind" ]] || fail "output is a $kind: it was replaced"
+done
 echo victim >"$work/victim"
 ln -s "$work/victim" "$work/link.json"
 run "output is a link" "^Success to generate output file" -i "$work/read.json" -o "$work/link.json"
 [[ $(cat "$work/victim") == victim && ! -L $work/link.json ]] ||
   fail "output is a link: the link was followed"
+
+# Paths are used whole, however long: a cut one would name another file.
+long=$work/$(printf 'p%.0s' {1..220})/panel
+mkdir -p "$long"
+echo unrelated >"$long/response."
+cp "$work/read.json" "$long/request.json"
+echo '{"type":"valueRead","req":{"list":[]}}' >"$long/request."
+run "long paths" "^Success to generate output file $long/response.json\$" -i "$long/request.json" \
+  -o "$long/response.json"
+[[ $(cat "$long/response.") == unrelated ]] || fail "long paths: the file at the cut name was replaced"
+grep -q '"k":"cpuload"' "$long/response.json" || fail "long paths: $(head -c 200 "$long/response.json")"
+longer=$work/$(printf 'q%.0s' {1..5000})
+run "a path longer than the system takes" "^Fail to generate output file $longer !\$" \
+  -i "$work/read.json" -o "$longer"
+run "a request path longer than the system takes" "$invalid" -i "$longer" -o "$out"
 
 # Without its run directory every value still gets its (empty) answer.
 mv "$root/var/run/dorva/tavio" "$work/rundir"

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # The router's tools misbehaving: one that never answers, one that writes without end, one
-# missing from PATH, an API slow enough to spend the exchange's budget, and tavio itself killed
-# while it waits. Each exchange must end in bounded time with the answers of a failed tool,
-# leave no process of the run behind, and write nothing but its response. Background actions
-# must run in order after tavio has ended, without holding its standard output.
+# missing from PATH, one first on PATH that cannot be executed, an API slow enough to spend the
+# exchange's budget, a background step that hangs, and tavio itself killed while it waits.
+# Each exchange must end in bounded time with the answers of a failed tool, leave no process
+# of the run behind, and write nothing but its response. Background actions must run in order
+# after tavio has ended, without holding its standard output. A caller that blocks or ignores
+# SIGCHLD changes nothing, and the tools start with default signal dispositions and no mask.
 #
 #   tools.sh TAVIO_BINARY [EMULATOR...]
 set -euo pipefail
@@ -25,11 +27,6 @@ echo "$$" >>"$TAVIO_ROOT/pids"
 sleep 600 &
 echo "$!" >>"$TAVIO_ROOT/pids"
 wait'
-# A tool that never answers and starts nothing of its own.
-# shellcheck disable=SC2016
-lone_hang='#!/bin/sh
-echo "$$" >>"$TAVIO_ROOT/pids"
-exec sleep 600'
 # shellcheck disable=SC2016
 slow_api='#!/bin/sh
 echo "$*" >>"$TAVIO_ROOT/calls"
@@ -128,6 +125,86 @@ read_three='{"type":"valueRead","req":{"list":[{"k":"cpuload"},{"k":"wans_throug
 exchange device-hangs "$read_input" >"$top/device-hangs.took" &
 exchange api-hangs "$read_cpu" >"$top/api-hangs.took" &
 exchange budget "$read_three" >"$top/budget.took" &
+# A panel reload that never ends is killed, with what it started, at the device tool's deadline.
+setup reload-hangs capwap_cli "$hang"
+printf '%s\n' '{"type":"valueWrite","req":{"list":[{"k":"panel_logout","v":"Yes"}]}}' \
+  >"$top/reload-hangs/request.json"
+with_standins reload-hangs "${emulator[@]}" "$binary" -s PNL-IN -i "$top/reload-hangs/request.json" \
+  -o "$top/reload-hangs/response.json" >/dev/null 2>&1 </dev/null
+reload_started=$SECONDS
+
+# --- the caller's signal state --------------------------------------------------------------
+# The fetch tool notes the signal state it was started with, then answers as usual.
+for state in blocked ignored; do
+  setup "caller-$state" wget_https "#!/bin/sh
+while IFS= read -r line; do
+  case \$line in Sig[BI]*) echo \"\$line\" ;; esac
+done </proc/\$\$/status >>\"\$TAVIO_ROOT/signals\"
+exec '$repo/sim/bin/wget_https' \"\$@\""
+done
+for state in blocked ignored; do
+  printf '%s\n' "$read_three" >"$top/caller-$state/request.json"
+  expect "caller-$state" "$(with_standins "caller-$state" python3 -c '
+import os, signal, sys, time
+if sys.argv[1] == "blocked":
+    signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGCHLD, signal.SIGTERM, signal.SIGPIPE})
+else:
+    for s in (signal.SIGCHLD, signal.SIGINT, signal.SIGPIPE, signal.SIGUSR1):
+        signal.signal(s, signal.SIG_IGN)
+started = time.monotonic()
+pid = os.fork()
+if pid == 0:
+    os.dup2(os.open(os.devnull, os.O_RDONLY), 0)
+    os.dup2(os.open(sys.argv[3] + "/stdout", os.O_WRONLY | os.O_CREAT | os.O_TRUNC), 1)
+    os.execvp(sys.argv[2], sys.argv[2:3] + ["-i", sys.argv[3] + "/request.json",
+                                            "-o", sys.argv[3] + "/response.json"])
+while True:
+    try:
+        os.waitpid(pid, 0)
+    except ChildProcessError:  # with SIGCHLD ignored the kernel reaps it
+        while os.path.exists("/proc/%d" % pid) and open("/proc/%d/stat" % pid).read().split()[2] != "Z":
+            time.sleep(0.01)
+    break
+print(int(time.monotonic() - started))
+' "$state" "$binary" "$top/caller-$state")" 0 3
+  cmp -s "$top/caller-$state/response.json" "$top/caller-blocked/response.json" ||
+    fail "caller-$state: answered otherwise than with SIGCHLD blocked"
+  grep -q '"v":""' "$top/caller-$state/response.json" &&
+    fail "caller-$state: a value came back empty: $(cat "$top/caller-$state/response.json")"
+  if [[ ${#emulator[@]} -eq 0 ]]; then
+    # Every tool starts as from a fresh shell: nothing blocked, nothing ignored.
+    ! grep -qv ':[[:space:]]*0*$' "$top/caller-$state/root/signals" ||
+      fail "caller-$state: a tool started with $(sort -u "$top/caller-$state/root/signals")"
+  fi
+done
+
+# --- a stand-in first on PATH that cannot be executed ---------------------------------------
+# Windows line endings ("/bin/sh\r") or a missing interpreter: the call fails as the shell's
+# would, and the program of the same name further down PATH never runs. Both folders are this
+# test's own; PATH holds nothing else, so nothing of the machine can be reached.
+mkdir -p "$top/broken/root" "$top/broken/first" "$top/broken/later"
+cp -a "$repo/sim/router/." "$top/broken/root/"
+for tool in reboot restoreconfig saveconfig activate wget_https capwap_cli sleep; do
+  # shellcheck disable=SC2016  # the stand-ins' own variables
+  printf '#!/bin/sh\necho "later $0" >>"$TAVIO_ROOT/ran"\n' >"$top/broken/later/$tool"
+  # shellcheck disable=SC2016
+  printf '#!/bin/sh\r\necho "first $0" >>"$TAVIO_ROOT/ran"\r\n' >"$top/broken/first/$tool"
+done
+printf '#!/no/such/interpreter\n' >"$top/broken/first/reboot"
+chmod +x "$top/broken/first/"* "$top/broken/later/"*
+if (PATH=$top/broken/later check_standins "$top/broken/later") &&
+  ! (PATH=$top/broken/first check_standins "$top/broken/first" 2>/dev/null); then
+  for request in "$read_input" '{"type":"valueWrite","req":{"list":[{"k":"restore_factory","v":"Yes"}]}}'; do
+    printf '%s\n' "$request" >"$top/broken/request.json"
+    TAVIO_ROOT=$top/broken/root PATH=$top/broken/first:$top/broken/later "${emulator[@]}" \
+      "$binary" -i "$top/broken/request.json" -o "$top/broken/response.json" >/dev/null 2>&1 \
+      </dev/null
+  done
+  sleep 1  # the background sequence: three steps that fail at once
+  [[ ! -e $top/broken/root/ran ]] || fail "broken stand-ins: ran $(cat "$top/broken/root/ran")"
+else
+  fail "check-standins: did not refuse stand-ins that cannot run"
+fi
 
 # --- the quick ones meanwhile ---------------------------------------------------------------
 # Without end: stopped at the reply bound; nothing of it lands in the run directory.
@@ -175,19 +252,19 @@ done
   fail "background: actions were: $(cat "$top/background/standin.log")"
 
 # tavio killed while it waits (the display process giving up): the tool it waits for goes with
-# it, also when tavio gets no chance to act (SIGKILL).
+# it, and what the tool started, also when tavio gets no chance to act (SIGKILL).
 for signal in TERM KILL; do
-  setup "killed-$signal" capwap_cli "$lone_hang"
+  setup "killed-$signal" capwap_cli "$hang"
   printf '%s\n' "$read_input" >"$top/killed-$signal/request.json"
   with_standins "killed-$signal" "${emulator[@]}" "$binary" -i "$top/killed-$signal/request.json" \
     -o "$top/killed-$signal/response.json" >/dev/null 2>&1 </dev/null &
   runner=$!
   for _ in $(seq 100); do
-    [[ -s $top/killed-$signal/root/pids ]] && break
+    [[ $(wc -l <"$top/killed-$signal/root/pids" 2>/dev/null) -ge 2 ]] && break
     sleep 0.05
   done
-  # The emulator (if any) runs tavio in its own process: signal the youngest tavio.
-  pkill "-$signal" -n -f "$top/killed-$signal/request.json" || fail "killed-$signal: no tavio"
+  # The oldest process of that command line is tavio (its watch is a copy made later).
+  pkill "-$signal" -o -f "$top/killed-$signal/request.json" || fail "killed-$signal: no tavio"
   wait "$runner" || true
   sleep 0.5
   while read -r pid; do
@@ -209,9 +286,16 @@ expect budget "$(cat "$top/budget.took")" 21 27
 expect_failure_answers budget wget_https
 [[ $(wc -l <"$top/budget/root/calls") -eq 2 ]] ||
   fail "budget: calls after the budget was spent: $(cat "$top/budget/root/calls")"
+sleep $((reload_started + 12 > SECONDS ? reload_started + 12 - SECONDS : 0))
+while read -r pid; do
+  if [[ -e /proc/$pid ]] && ! grep -q '^State:.Z' "/proc/$pid/status" 2>/dev/null; then
+    fail "reload-hangs: process $pid of the panel reload outlived its deadline"
+    kill -9 "$pid" 2>/dev/null || true
+  fi
+done <"$top/reload-hangs/root/pids"
 
 if [[ -s $report ]]; then
   cat "$report"
   exit 1
 fi
-echo "PASS: hangs, floods, a missing tool, the budget, background actions and kills"
+echo "PASS: hangs, floods, missing and broken tools, the budget, background actions, the caller's signals and kills"
