@@ -37,9 +37,9 @@ struct Command {
         output(where),
         deadline(time_allowed) {}
 
-  std::string program;            ///< looked up through PATH as the shell does, or a path
-  std::vector<std::string> args;  ///< the arguments behind the program name, each one word
-  CommandOutput output;           ///< waited commands only
+  std::string program;                 ///< looked up through PATH as the shell does, or a path
+  std::vector<std::string> args;       ///< the arguments behind the program name, each one word
+  CommandOutput output;                ///< waited commands only
   std::chrono::milliseconds deadline;  ///< after this the tool and its process group are killed
 };
 

@@ -96,8 +96,8 @@ void remove_abandoned_files(const HostPath& folder, long (*owner)(const char* na
   while (const dirent* entry = ::readdir(dir)) {
     const long pid = owner(entry->d_name);
     struct stat info {};
-    if (pid > 0 && pid != ::getpid() && ::kill(static_cast<pid_t>(pid), 0) != 0 &&
-        errno == ESRCH && ::fstatat(dir_fd, entry->d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 &&
+    if (pid > 0 && pid != ::getpid() && ::kill(static_cast<pid_t>(pid), 0) != 0 && errno == ESRCH &&
+        ::fstatat(dir_fd, entry->d_name, &info, AT_SYMLINK_NOFOLLOW) == 0 &&
         now - info.st_mtime > kLongestExchange.count()) {
       ::unlinkat(dir_fd, entry->d_name, 0);
     }
@@ -117,7 +117,8 @@ std::string save_name(const std::string& final_path) {
   const std::size_t name_start = slash == std::string::npos ? 0 : slash + 1;
   const std::string mark = kSaveMark + std::to_string(::getpid());
   const std::size_t room = kMaxNameLength - mark.size();
-  std::string name = final_path.substr(0, name_start + std::min(room, final_path.size() - name_start));
+  std::string name =
+      final_path.substr(0, name_start + std::min(room, final_path.size() - name_start));
   return name.append(mark);
 }
 

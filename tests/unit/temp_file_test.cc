@@ -11,8 +11,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <ctime>
 #include <cstdlib>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -105,9 +105,10 @@ TEST_F(TempFileTest, SweepRemovesOnlyTheFilesOfRunsThatAreGone) {
                                           "wget_input_" + gone + ".txt",
                                           "wget_result_" + gone + ".json"};
   const std::vector<std::string> kept = {
-      "wget_result_" + living + ".json", "panel_access_" + gone + ".status",
-      "wget_result_" + gone + ".json.bak", "wget_result_.json", "wget_result_0" + gone + ".json",
-      "pmu_info_" + gone + ".json",      "wget_ext_hdr_" + gone + ".json"};
+      "wget_result_" + living + ".json",   "panel_access_" + gone + ".status",
+      "wget_result_" + gone + ".json.bak", "wget_result_.json",
+      "wget_result_0" + gone + ".json",    "pmu_info_" + gone + ".json",
+      "wget_ext_hdr_" + gone + ".json"};
   const std::string fresh = "wget_result_" + gone + "0.json";  // written just now
   const timeval old[2] = {{::time(nullptr) - 60, 0}, {::time(nullptr) - 60, 0}};
   for (const std::vector<std::string>* names : {&swept, &kept}) {
