@@ -1,7 +1,12 @@
 #include "platform/utf8.h"
 
+#include <algorithm>
+
 namespace tavio {
 namespace {
+
+// Most of what tavio lays out is ASCII: one test per byte, no call.
+inline bool is_ascii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
 // The well-formed sequences, by their first byte: how many bytes follow it and the range of
 // the second byte (later ones are always 80..BF). The narrow second-byte ranges keep out
@@ -42,15 +47,24 @@ Utf8Char multibyte_char_at(std::string_view text, std::size_t at) {
 }  // namespace
 
 Utf8Char utf8_char_at(std::string_view text, std::size_t at) {
-  return static_cast<unsigned char>(text[at]) < 0x80 ? Utf8Char{1, true}
-                                                     : multibyte_char_at(text, at);
+  return is_ascii(text[at]) ? Utf8Char{1, true} : multibyte_char_at(text, at);
 }
 
 Utf8Prefix utf8_prefix(std::string_view text, std::size_t count) {
   Utf8Prefix prefix{0, 0};
   while (prefix.length < count && prefix.size < text.size()) {
-    prefix.size += utf8_char_at(text, prefix.size).size;
-    ++prefix.length;
+    // A run of ASCII bytes, each one character, then at most one character of several bytes.
+    const std::size_t run = std::min(count - prefix.length, text.size() - prefix.size);
+    std::size_t ascii = 0;
+    while (ascii < run && is_ascii(text[prefix.size + ascii])) {
+      ++ascii;
+    }
+    prefix.size += ascii;
+    prefix.length += ascii;
+    if (ascii < run) {
+      prefix.size += multibyte_char_at(text, prefix.size).size;
+      ++prefix.length;
+    }
   }
   return prefix;
 }
@@ -59,7 +73,11 @@ std::size_t utf8_length(std::string_view text) { return utf8_prefix(text, text.s
 
 bool utf8_well_formed(std::string_view text) {
   for (std::size_t at = 0; at < text.size();) {
-    const Utf8Char c = utf8_char_at(text, at);
+    if (is_ascii(text[at])) {
+      ++at;
+      continue;
+    }
+    const Utf8Char c = multibyte_char_at(text, at);
     if (!c.well_formed) {
       return false;
     }
