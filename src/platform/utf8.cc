@@ -8,10 +8,17 @@ namespace {
 // Most of what tavio lays out is ASCII: one test per byte, no call.
 inline bool is_ascii(char c) { return static_cast<unsigned char>(c) < 0x80; }
 
+// One character of a text: its bytes and whether they are well-formed UTF-8.
+struct Utf8Char {
+  std::size_t size;
+  bool well_formed;
+};
+
 // The well-formed sequences, by their first byte: how many bytes follow it and the range of
 // the second byte (later ones are always 80..BF). The narrow second-byte ranges keep out
 // overlong forms (E0, F0), surrogates (ED) and code points above U+10FFFF (F4). C0, C1 and
-// F5..FF never start a character.
+// F5..FF never start a character. The character at text[at], a byte 80..FF: 2 to 4 bytes when
+// well-formed, else the maximal invalid subpart there (1 to 3 bytes).
 Utf8Char multibyte_char_at(std::string_view text, std::size_t at) {
   const auto lead = static_cast<unsigned char>(text[at]);
   std::size_t following = 0;
@@ -45,10 +52,6 @@ Utf8Char multibyte_char_at(std::string_view text, std::size_t at) {
 }
 
 }  // namespace
-
-Utf8Char utf8_char_at(std::string_view text, std::size_t at) {
-  return is_ascii(text[at]) ? Utf8Char{1, true} : multibyte_char_at(text, at);
-}
 
 Utf8Prefix utf8_prefix(std::string_view text, std::size_t count) {
   Utf8Prefix prefix{0, 0};
@@ -90,7 +93,7 @@ std::string utf8_repaired(std::string_view text) {
   std::string out;
   out.reserve(text.size());
   for (std::size_t at = 0; at < text.size();) {
-    const Utf8Char c = utf8_char_at(text, at);
+    const Utf8Char c = is_ascii(text[at]) ? Utf8Char{1, true} : multibyte_char_at(text, at);
     if (c.well_formed) {
       out.append(text.substr(at, c.size));
     } else {

@@ -19,16 +19,6 @@ namespace tavio {
 /// The replacement character U+FFFD, as UTF-8.
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
-/// One character of a text: its bytes and whether they are well-formed UTF-8.
-struct Utf8Char {
-  std::size_t size;
-  bool well_formed;
-};
-
-/// The character that starts at text[at] (at < text.size()): 1 to 4 bytes when well-formed,
-/// else the maximal invalid subpart there (1 to 3 bytes).
-[[nodiscard]] Utf8Char utf8_char_at(std::string_view text, std::size_t at);
-
 /// The first characters of a text: their bytes and how many they are.
 struct Utf8Prefix {
   std::size_t size;
