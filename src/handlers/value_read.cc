@@ -7,6 +7,7 @@
 #include "layout/item_ids.h"
 #include "layout/menu_items.h"
 #include "layout/panel_text.h"
+#include "platform/json_build.h"
 #include "platform/json_get.h"
 #include "platform/text_buffer.h"
 #include "power/external_power.h"
@@ -144,13 +145,11 @@ const ValueRow kValueRows[] = {
 };
 
 JsonPtr value_entry(const char* identifier, const char* text) {
-  JsonPtr entry =
-      json_own(json_pack("{ss,ss,si}", "k", identifier, "v", text, "ttl", kPollSeconds));
-  if (!entry) {
-    // A text that JSON cannot carry (not UTF-8) still gets its answer.
-    entry = json_own(json_pack("{ss,ss,si}", "k", identifier, "v", "", "ttl", kPollSeconds));
-  }
-  return entry;
+  return JsonObjectBuilder()
+      .text("k", identifier)
+      .text("v", text)
+      .integer("ttl", kPollSeconds)
+      .done();
 }
 
 }  // namespace

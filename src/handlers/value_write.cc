@@ -7,6 +7,7 @@
 #include "layout/panel_text.h"
 #include "panel/sign_in.h"
 #include "platform/command.h"
+#include "platform/json_build.h"
 #include "platform/json_get.h"
 #include "platform/os.h"
 #include "platform/outside_text.h"
@@ -56,12 +57,10 @@ class Answer {
   [[nodiscard]] JsonPtr entry() const {
     JsonPtr entry = json_own(json_object());
     json_set(entry.get(), "k", json_own(json_string(identifier_)));
-    // A value JSON cannot carry (not UTF-8) still gets its answer.
-    JsonPtr value = json_own(json_string(value_.c_str()));
-    json_set(entry.get(), "v", value ? std::move(value) : json_own(json_string("")));
+    json_set(entry.get(), "v", json_text_string(value_));
     json_set(entry.get(), "status", json_own(json_string(ok_ ? "ok" : "failed")));
     if (!message_.empty()) {
-      json_set(entry.get(), "msg", json_own(json_string(message_.c_str())));
+      json_set(entry.get(), "msg", json_text_string(message_));
     }
     if (action_status_ != nullptr) {
       json_set(entry.get(), "action_status", json_own(json_string(action_status_)));

@@ -109,8 +109,8 @@ JsonPtr menu_item_choice(const char* id, const char* title, const char* hint, Me
                          const char* key, const char* first, const char* second) {
   JsonPtr choices = json_own(json_array());
   for (const char* choice : {first, second}) {
-    json_t* word = choice == nullptr ? nullptr : json_string(choice);
-    if (word == nullptr || json_array_append_new(choices.get(), word) != 0) {
+    JsonPtr word = choice == nullptr ? nullptr : json_text_string(choice);
+    if (!word || json_array_append_new(choices.get(), word.release()) != 0) {
       return nullptr;
     }
   }
@@ -127,9 +127,10 @@ JsonPtr menu_item_custom_content(const char* text, const PanelLayout& layout) {
   JsonPtr menu = json_own(json_array());
   const std::string wrapped =
       cut_text(layout_wrap(text == nullptr ? "" : text, layout.chars_per_line), kLongTextCapacity);
-  json_t* item = json_pack("{ss,ss}", "id", "custom_menu_content", "st", wrapped.c_str());
-  if (menu && item != nullptr) {
-    json_array_append_new(menu.get(), item);
+  JsonPtr item =
+      JsonObjectBuilder().text("id", "custom_menu_content").text("st", wrapped.c_str()).done();
+  if (menu && item) {
+    json_array_append_new(menu.get(), item.release());
   }
   return menu;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/text_buffer.h"
+#include "platform/utf8.h"
 
 namespace tavio {
 namespace {
@@ -19,10 +20,11 @@ std::string layout_pad_left(std::string_view text, int width) {
   if (width == 0) {
     return std::string();
   }
-  if (width < 0 || text.size() >= static_cast<std::size_t>(width)) {
+  const std::size_t length = utf8_length(text);
+  if (width < 0 || length >= static_cast<std::size_t>(width)) {
     return std::string(text);
   }
-  std::string out = padding(static_cast<std::size_t>(width) - text.size());
+  std::string out = padding(static_cast<std::size_t>(width) - length);
   if (out.size() < kMaxTextCapacity) {
     out.append(text);
   }
@@ -40,28 +42,33 @@ std::string layout_wrap(std::string_view text, int width) {
   // The width is compared as an unsigned number, so a negative width from a damaged font
   // table never breaks a line.
   const auto line = static_cast<std::size_t>(static_cast<unsigned int>(width));
-  if (text.size() <= line) {
+  if (utf8_prefix(text, line).size == text.size()) {
     return std::string(text);
   }
   std::string out;
   out.reserve(text.size() + text.size() / line);
-  for (std::size_t n = 1; n <= text.size(); ++n) {
-    out.push_back(text[n - 1]);
-    if (n != text.size() && n % line == 0) {
-      out.push_back('\n');
+  // Every full line is followed by "\n", the last line by nothing, full or not.
+  std::string_view rest = text;
+  for (;;) {
+    const std::size_t size = utf8_prefix(rest, line).size;
+    out.append(rest.substr(0, size));
+    rest.remove_prefix(size);
+    if (rest.empty()) {
+      return out;
     }
+    out.push_back('\n');
   }
-  return out;
 }
 
 std::string layout_wrap_value(std::string_view text, int width) {
   if (width == 0) {
     return std::string();
   }
-  if (text.size() == static_cast<std::size_t>(static_cast<unsigned int>(width))) {
+  const std::size_t length = utf8_length(text);
+  if (length == static_cast<std::size_t>(static_cast<unsigned int>(width))) {
     return std::string(text);
   }
-  if (width > 0 && text.size() < static_cast<std::size_t>(width)) {
+  if (width > 0 && length < static_cast<std::size_t>(width)) {
     return layout_pad_left(text, width);
   }
   return layout_wrap(text, width);
@@ -74,7 +81,7 @@ std::string layout_label_value(std::string_view label, std::string_view value,
     return std::string();
   }
   const long long total =
-      static_cast<long long>(label.size()) + static_cast<long long>(value.size());
+      static_cast<long long>(utf8_length(label)) + static_cast<long long>(utf8_length(value));
   std::string out;
   if (total < width) {
     out.assign(label);
@@ -97,7 +104,7 @@ std::string layout_finish(const PanelLayout& layout, std::string_view text, std:
   if (layout.theme_mode != ThemeMode::kAlternative) {
     return std::string(text);
   }
-  const std::string_view counted = text.substr(0, capacity);
+  const std::string_view counted = text.substr(0, utf8_prefix(text, capacity).size);
   const long long lines = 1 + std::count(counted.begin(), counted.end(), '\n');
   if (lines >= layout.lines) {
     return std::string(text);

@@ -3,6 +3,10 @@
 // The display does no layout of its own: every text arrives broken into lines with "\n" and
 // padded with spaces. These routines are pure; callers collect their pieces in a TextBuffer
 // of the text's capacity, which cuts the whole text at the panel's text size.
+//
+// Widths, padding and line breaks count UTF-8 characters (platform/utf8.h), as the grid does:
+// a line never breaks inside a character, and a name with accents is padded as far as one
+// without. For an ASCII text a character is a byte.
 #ifndef TAVIO_LAYOUT_PANEL_TEXT_H
 #define TAVIO_LAYOUT_PANEL_TEXT_H
 
@@ -27,7 +31,7 @@ namespace tavio {
 [[nodiscard]] std::string layout_label_value(std::string_view label, std::string_view value,
                                              const PanelLayout& layout);
 /// The finished panel text: the alternative theme pushes a text shorter than the screen one
-/// line down.
+/// line down (line breaks counted among the first capacity characters).
 [[nodiscard]] std::string layout_finish(const PanelLayout& layout, std::string_view text,
                                         std::size_t capacity);
 

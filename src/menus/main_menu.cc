@@ -9,7 +9,9 @@
 #include "layout/panel_text.h"
 #include "menus/maintenance_menu.h"
 #include "menus/system_status_menu.h"
+#include "platform/json_build.h"
 #include "platform/text_buffer.h"
+#include "platform/utf8.h"
 #include "power/unit_menus.h"
 #include "status/system_info.h"
 #include "status/vpn_status.h"
@@ -33,13 +35,13 @@ class GroupBuilder {
       group_.lines = json_own(json_array());
       group_.submenu = json_own(json_array());
     }
-    JsonPtr text = json_own(json_pack("{ss}", "t", line.c_str()));
+    JsonPtr text = JsonObjectBuilder().text("t", line.c_str()).done();
     if (text && up) {
       json_object_set_new_nocheck(text.get(), "is", json_string("on"));
     }
     json_append(group_.lines.get(), std::move(text));
     json_append(group_.submenu.get(), menu_item_poll(entry_id.c_str(), title, key.c_str()));
-    total_ += (total_ > 0 ? 1 : 0) + static_cast<long long>(line.size());
+    total_ += (total_ > 0 ? 1 : 0) + static_cast<long long>(utf8_length(line));
   }
 
   // Lines too long to share one panel line get a blank line of their own after them.

@@ -5,6 +5,7 @@
 #include "layout/item_ids.h"
 #include "layout/menu_items.h"
 #include "menus/system_status_menu.h"
+#include "platform/json_build.h"
 #include "platform/router_support.h"
 #include "platform/text_buffer.h"
 #include "settings/port_media.h"
@@ -19,7 +20,7 @@ constexpr int kEthernet = 1;
 JsonPtr media_choices(int port) {
   JsonPtr choices = json_own(json_array());
   for (const std::string& media : port_media_choices(port)) {
-    json_array_append_new(choices.get(), json_string(media.c_str()));
+    json_append(choices.get(), json_text_string(media));
   }
   return choices;
 }

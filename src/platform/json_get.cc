@@ -1,8 +1,19 @@
 #include "platform/json_get.h"
 
 #include <cstdio>
+#include <string>
+
+#include "platform/utf8.h"
 
 namespace tavio {
+
+JsonPtr json_load_reply(std::string_view text) {
+  if (utf8_well_formed(text)) {
+    return json_own(json_loadb(text.data(), text.size(), 0, nullptr));
+  }
+  const std::string repaired = utf8_repaired(text);
+  return json_own(json_loadb(repaired.data(), repaired.size(), 0, nullptr));
+}
 
 const char* jget_string(const json_t* object, const char* key, const char* def) {
   const json_t* value = object == nullptr ? nullptr : json_object_get(object, key);

@@ -1,4 +1,5 @@
-// Reading named members of request and reply documents, with defaults. None of them fails.
+// Loading the router's reply documents, and reading named members of request and reply
+// documents with defaults. None of the readers fails.
 #ifndef TAVIO_PLATFORM_JSON_GET_H
 #define TAVIO_PLATFORM_JSON_GET_H
 
@@ -6,9 +7,17 @@
 
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
+#include "tavio/json_ref.h"
+
 namespace tavio {
+
+/// A reply of the router's API or device tool as a document; null when it is not JSON. Bytes
+/// that are not UTF-8 become U+FFFD first: JSON refuses them, and one name saved in another
+/// encoding would otherwise cost every value the reply holds.
+[[nodiscard]] JsonPtr json_load_reply(std::string_view text);
 
 /// The text of object[key] when it is a JSON string, else def. Borrowed from the document.
 [[nodiscard]] const char* jget_string(const json_t* object, const char* key, const char* def);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <string>
 
+#include "platform/json_get.h"
 #include "platform/router_paths.h"
 #include "platform/text_buffer.h"
 
@@ -79,7 +80,7 @@ JsonPtr TempFile::load_json() const {
   if (!text) {
     return nullptr;
   }
-  return json_own(json_loadb(text->data(), text->size(), 0, nullptr));
+  return json_load_reply(*text);
 }
 
 }  // namespace tavio

@@ -36,7 +36,8 @@ class TempFile {
   [[nodiscard]] bool write(std::string_view text);
   /// Clears the name for a command that writes the file itself, so it creates a fresh one.
   void clear_for_command();
-  /// The document in the file, read without following a link; null when missing or not JSON.
+  /// The reply document in the file (json_load_reply), read without following a link; null
+  /// when missing or not JSON.
   [[nodiscard]] JsonPtr load_json() const;
   /// The file's path as the operating system and command lines see it.
   [[nodiscard]] const HostPath& path() const { return path_; }

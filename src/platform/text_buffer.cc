@@ -3,6 +3,8 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "platform/utf8.h"
+
 namespace tavio {
 namespace {
 
@@ -31,12 +33,13 @@ std::string vformat(const char* format, va_list args) {
 }  // namespace
 
 bool TextBuffer::append(std::string_view text) {
-  const std::size_t room = capacity_ == 0 ? 0 : capacity_ - 1 - text_.size();
-  if (text.size() <= room) {
-    text_.append(text);
+  const std::size_t room = capacity_ == 0 ? 0 : capacity_ - 1 - length_;
+  const Utf8Prefix kept = utf8_prefix(text, room);
+  text_.append(text.substr(0, kept.size));
+  length_ += kept.length;
+  if (kept.size == text.size()) {
     return true;
   }
-  text_.append(text.substr(0, room));
   cut_ = true;
   return false;
 }
@@ -59,7 +62,7 @@ std::string format_text(std::size_t capacity, const char* format, ...) {
 
 std::string cut_text(std::string_view text, std::size_t capacity) {
   const std::size_t keep = capacity == 0 ? 0 : capacity - 1;
-  return std::string(text.substr(0, keep));
+  return std::string(text.substr(0, utf8_prefix(text, keep).size));
 }
 
 }  // namespace tavio

@@ -1,10 +1,18 @@
 // Texts of fixed capacity.
 //
-// The panel protocol's texts have fixed sizes: a serial fits 16 bytes, paths 64, panel texts
-// 256 or 512, command lines 512. Whatever does not fit is cut at the end and everything
-// appended after that is dropped, so the panel always sees the same cut. TextBuffer is the one
-// place that cuts. The capacities the modules name beside their texts (a figure's 64 bytes, a
-// title's 64) are such cuts too: each is visible on the panel, which is why each stays.
+// The panel protocol's texts have fixed sizes: a serial fits 16, paths 64, panel texts 256 or
+// 512, command lines 512, each with room for a terminator. Whatever does not fit is cut at the
+// end and everything appended after that is dropped, so the panel always sees the same cut.
+// TextBuffer and cut_text are the one place that cuts. The capacities the modules name beside
+// their texts (a figure's 64, a title's 64) are such cuts too: each is visible on the panel,
+// which is why each stays.
+//
+// A capacity counts characters, not bytes: the panel shows up to 255 characters of a text
+// whatever its letters, and a cut falls between two characters, never inside one (see
+// platform/utf8.h for how bytes that are not UTF-8 are counted). For the ASCII texts the
+// router's own interfaces take (paths, identifiers, command lines) a character is a byte, so
+// these cut exactly where a C buffer of that size would; where a byte bound matters beyond
+// that (a tool's command line) it is checked in bytes apart.
 #ifndef TAVIO_PLATFORM_TEXT_BUFFER_H
 #define TAVIO_PLATFORM_TEXT_BUFFER_H
 
@@ -29,7 +37,8 @@ constexpr std::size_t kMaxReplyBytes = std::size_t{1024} * 1024;
 /// The largest text buffer of all; nothing longer ever reaches the panel.
 constexpr std::size_t kMaxTextCapacity = 4096;
 
-/// Text that holds at most capacity - 1 characters; appends past the end are cut.
+/// Text that holds at most capacity - 1 characters; appends past the end are cut between two
+/// characters.
 class TextBuffer {
  public:
   explicit TextBuffer(std::size_t capacity) : capacity_(capacity) {}
@@ -42,25 +51,29 @@ class TextBuffer {
   [[nodiscard]] const std::string& str() const { return text_; }
   [[nodiscard]] const char* c_str() const { return text_.c_str(); }
   [[nodiscard]] bool empty() const { return text_.empty(); }
+  /// The text's size in bytes.
   [[nodiscard]] std::size_t size() const { return text_.size(); }
   /// True once any append has been cut.
   [[nodiscard]] bool cut() const { return cut_; }
   void clear() {
     text_.clear();
+    length_ = 0;
     cut_ = false;
   }
 
  private:
   std::size_t capacity_;
   std::string text_;
+  std::size_t length_ = 0;  // characters in text_
   bool cut_ = false;
 };
 
-/// printf-formatted text cut to capacity - 1 characters, like snprintf into a buffer.
+/// printf-formatted text cut to capacity - 1 characters, like snprintf into a buffer of as many
+/// characters.
 [[nodiscard]] std::string format_text(std::size_t capacity, const char* format, ...)
     __attribute__((format(printf, 2, 3)));
 
-/// text cut to capacity - 1 characters.
+/// text cut to capacity - 1 characters, between two characters.
 [[nodiscard]] std::string cut_text(std::string_view text, std::size_t capacity);
 
 }  // namespace tavio

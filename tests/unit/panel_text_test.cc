@@ -1,5 +1,6 @@
 // Panel text layout at the edges of the line width: one character short of it, exactly it and
-// one character over it, for both themes.
+// one character over it, for both themes, in ASCII and in characters of two, three and four
+// bytes (widths count characters).
 #include "layout/panel_text.h"
 
 #include <gtest/gtest.h>
@@ -22,6 +23,15 @@ std::string chars(std::size_t n, char first = 'a') {
 
 std::string sp(std::size_t n) { return std::string(n, ' '); }
 
+// n copies of one character of several bytes.
+std::string rep(std::size_t n, const char* character) {
+  std::string text;
+  for (std::size_t i = 0; i < n; ++i) {
+    text += character;
+  }
+  return text;
+}
+
 PanelLayout grid(int theme, int chars_per_line, int lines = 4) {
   return make_panel_layout(static_cast<ThemeMode>(theme), 1, chars_per_line, lines);
 }
@@ -42,7 +52,16 @@ TEST(LayoutWrap, BreaksAtWidthValuesAlignRight) {
                {chars(22), 21, two_lines, two_lines},
                {chars(42), 21, two_full_lines, two_full_lines},
                {k43, 21, three_lines, three_lines},
-               {"abc", 0, "", ""}};
+               {"abc", 0, "", ""},
+               {rep(20, "é"), 21, rep(20, "é"), " " + rep(20, "é")},
+               {rep(21, "€"), 21, rep(21, "€"), rep(21, "€")},
+               {rep(22, "𝄞"), 21, rep(21, "𝄞") + "\n𝄞", rep(21, "𝄞") + "\n𝄞"},
+               {"Réseau-Mobile-Français-Ouest", 21, "Réseau-Mobile-Françai\ns-Ouest",
+                "Réseau-Mobile-Françai\ns-Ouest"},
+               {rep(11, "é") + " Net", 21, rep(11, "é") + " Net", sp(6) + rep(11, "é") + " Net"},
+               // Bytes that are not UTF-8 count as the U+FFFD each becomes, and stay whole.
+               {"Caf\xE9", 5, "Caf\xE9", " Caf\xE9"},
+               {"ab\xE2\x82xy", 3, "ab\xE2\x82\nxy", "ab\xE2\x82\nxy"}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text + " at width " + std::to_string(c.width));
     EXPECT_EQ(layout_wrap(c.text, c.width), c.wrapped);
@@ -72,7 +91,11 @@ TEST(LayoutLabelValue, OneLineWhenBothFitElseValueOnItsOwnLine) {
       {2, 21, "CPU Load", "7%", "CPU Load 7%"},  // the alternative theme does not pad
       {2, 21, chars(14, 'A'), "123456", chars(14, 'A') + " 123456"},
       {2, 21, chars(15, 'A'), "123456", chars(15, 'A') + "\n" + sp(15) + "123456"},
-      {1, 0, "CPU Load", "7%", ""}};
+      {1, 0, "CPU Load", "7%", ""},
+      {1, 21, "Opérateur:", rep(10, "é"), "Opérateur: " + rep(10, "é")},
+      {1, 21, "Opérateur:", rep(11, "€"), "Opérateur:\n" + sp(10) + rep(11, "€")},
+      {1, 21, "Opérateur:", rep(12, "𝄞"), "Opérateur:\n" + sp(9) + rep(12, "𝄞")},
+      {2, 21, "Opérateur:", rep(10, "é"), "Opérateur: " + rep(10, "é")}};
   for (const auto& c : cases) {
     SCOPED_TRACE("theme " + std::to_string(c.theme) + ": " + c.label + " / " + c.value);
     EXPECT_EQ(layout_label_value(c.label, c.value, grid(c.theme, c.width)), c.expected);
@@ -93,7 +116,8 @@ TEST(LayoutFinish, PushesShortTextsDownOnlyInAlternativeTheme) {
                // A full 255-character buffer still gets its empty top line: capacity + 1 bytes.
                {2, 4, chars(255), 256, "\n" + chars(255)},
                // Only the line breaks within the buffer's capacity are counted.
-               {2, 4, "ab\nc\nd\ne", 4, "\nab\n"}};
+               {2, 4, "ab\nc\nd\ne", 4, "\nab\n"},
+               {2, 4, "é\né\né\né", 4, "\né\né"}};
   for (const auto& c : cases) {
     SCOPED_TRACE("theme " + std::to_string(c.theme) + ", " + std::to_string(c.lines) +
                  " lines: " + c.text);

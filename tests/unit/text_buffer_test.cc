@@ -1,4 +1,5 @@
-// Fixed-capacity texts: cut at capacity - 1 characters, the cut reported, nothing after it kept.
+// Fixed-capacity texts: cut at capacity - 1 characters (never inside one), the cut reported,
+// nothing after it kept; bytes that are not UTF-8 counted and repaired as the display sees them.
 #include "platform/text_buffer.h"
 
 #include <gtest/gtest.h>
@@ -7,8 +8,18 @@
 #include <utility>
 #include <vector>
 
+#include "platform/utf8.h"
+
 namespace tavio {
 namespace {
+
+std::string rep(std::size_t n, const char* character) {
+  std::string text;
+  for (std::size_t i = 0; i < n; ++i) {
+    text += character;
+  }
+  return text;
+}
 
 TEST(TextBuffer, AppendCutsAtCapacityMinusOne) {
   const struct {
@@ -20,7 +31,10 @@ TEST(TextBuffer, AppendCutsAtCapacityMinusOne) {
                {8, {{"abcde", true}, {"fghij", false}}, "abcdefg"},
                {8, {{"abcdefg", true}, {"h", false}, {"", true}}, "abcdefg"},
                {1, {{"a", false}}, ""},
-               {0, {{"a", false}}, ""}};
+               {0, {{"a", false}}, ""},
+               {8, {{"ééé", true}, {"éééé", true}}, rep(7, "é")},
+               {8, {{"abcdef", true}, {"€€", false}}, "abcdef€"},
+               {4, {{rep(4, "𝄞"), false}}, rep(3, "𝄞")}};
   for (const auto& c : cases) {
     TextBuffer buffer(c.capacity);
     bool any_cut = false;
@@ -60,12 +74,40 @@ TEST(CutText, KeepsCapacityMinusOne) {
                {8, "abcdefgh", "abcdefg"},
                {1, "abc", ""},
                {0, "abc", ""},
-               {kTextCapacity, std::string(300, 'p'), std::string(255, 'p')}};
+               {kTextCapacity, std::string(300, 'p'), std::string(255, 'p')},
+               {8, rep(7, "é"), rep(7, "é")},
+               {8, rep(8, "€"), rep(7, "€")},
+               {kTextCapacity, rep(300, "𝄞"), rep(255, "𝄞")},
+               {kSerialCapacity, rep(16, "ß"), rep(15, "ß")},
+               {16, "Connected to " + rep(11, "é") + " Net", "Connected to éé"},
+               // An invalid sequence counts as one character and is never split.
+               {4, "ab\xE2\x82xy", "ab\xE2\x82"}};
   for (const auto& c : cases) {
     EXPECT_EQ(cut_text(c.text, c.capacity), c.expected) << c.capacity << " " << c.text;
     EXPECT_EQ(format_text(c.capacity, "%s", c.text.c_str()), c.expected) << c.capacity;
   }
   EXPECT_EQ(format_text(8, "%05d|%s", 42, "abcdef"), "00042|a");
+}
+
+// Each maximal invalid subpart becomes one U+FFFD, so a text holds as many characters repaired
+// as layout counted in it.
+TEST(Utf8Repaired, MaximalInvalidSubpartsBecomeOneReplacementEach) {
+  const struct {
+    std::string text, repaired;
+  } cases[] = {{"Réseau €𝄞", "Réseau €𝄞"},  // well-formed: unchanged
+               {"Caf\xE9-i", "Caf\uFFFD-i"},
+               {"\xE2\x82Z", "\uFFFDZ"},                          // a sequence cut short
+               {"\xF4\x80\x80", "\uFFFD"},                        // cut short at its end
+               {"\xC0\x80", "\uFFFD\uFFFD"},                      // overlong form: never a start
+               {"\xED\xA0\x80", "\uFFFD\uFFFD\uFFFD"},            // a surrogate
+               {"\xF4\x90\x80\x80", "\uFFFD\uFFFD\uFFFD\uFFFD"},  // above U+10FFFF
+               {"\x80\xBF\xFF", "\uFFFD\uFFFD\uFFFD"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    EXPECT_EQ(utf8_repaired(c.text), c.repaired);
+    EXPECT_EQ(utf8_well_formed(c.text), c.text == c.repaired);
+    EXPECT_EQ(utf8_length(c.text), utf8_length(c.repaired));
+  }
 }
 
 }  // namespace
