@@ -31,8 +31,8 @@ bool unit_serial_fits(const char* line_format, const char* answer_file, const st
 
 // Runs the device tool; its answer as JSON, or null.
 JsonPtr ask_device(std::vector<std::string> args) {
-  const std::optional<std::string> answer =
-      run_command(Command{kDeviceTool, std::move(args), kDeviceToolDeadline, CommandOutput::kCapture});
+  const std::optional<std::string> answer = run_command(
+      Command{kDeviceTool, std::move(args), kDeviceToolDeadline, CommandOutput::kCapture});
   return answer ? json_own(json_loadb(answer->data(), answer->size(), 0, nullptr)) : nullptr;
 }
 
