@@ -8,7 +8,6 @@
 
 #include "menus/main_menu.h"
 #include "panel/display_prefs.h"
-#include "platform/json_get.h"
 #include "platform/router_support.h"
 #include "power/device_commands.h"
 #include "power/external_power.h"
@@ -58,11 +57,8 @@ void print_device_info(const PanelLayout& layout) {
 
 // One power unit's values: temperature, port count and every per-port quantity.
 void print_power_unit(PowerUnitType type, const std::string& serial, const PanelLayout& layout) {
-  if (serial.empty()) {
-    return;
-  }
   std::printf("\nPMU temperature:\n%s\n", pmu_render_temperature(type, serial, layout).c_str());
-  std::printf("\nPMU port_num = %d\n", devcmd_info(serial).value_or(kUnknownPortCount));
+  std::printf("\nPMU port_num = %d\n", unit_port_count(serial));
   const struct {
     const char* title;
     PortQuantity quantity;
@@ -80,24 +76,19 @@ void print_power_unit(PowerUnitType type, const std::string& serial, const Panel
 }
 
 // The integrated and external PMUs of the list, counted from 1; PDUs are not dumped.
-void print_power_units_of_type(PowerUnitType type, const json_t* list, const PanelLayout& layout) {
+void print_power_units_of_type(PowerUnitType type, const PowerUnitList& list,
+                               const PanelLayout& layout) {
   static const char* const kName = "dump_pmu_by_type";
-  if (!json_is_array(list)) {
-    std::printf("%s: pmu list is empty!\n", kName);
-    return;
-  }
   int count = 0;
-  for (std::size_t i = 0; i < json_array_size(list); ++i) {
-    const json_t* unit = json_array_get(list, i);
-    const char* product = jget_string(unit, "prod", "");
-    const char* serial = jget_string(unit, "sn", "");
-    if (power_unit_type_of(product) != type || serial[0] == '\0') {
+  for (const PowerUnit& unit : list.items) {
+    if (unit.type != type || unit.serial.empty()) {
       continue;
     }
     ++count;
     std::printf("%s: ==========", kName);
-    std::printf("[%d] Serial Number=\"%s\" Product Name=\"%s\"\n", count, serial, product);
-    print_power_unit(type, serial, layout);
+    std::printf("[%d] Serial Number=\"%s\" Product Name=\"%s\"\n", count, unit.serial.c_str(),
+                unit.model.c_str());
+    print_power_unit(type, unit.serial, layout);
     std::printf("================================\n\n");
   }
   if (count == 0) {
@@ -168,20 +159,20 @@ void print_wan_port_media(const std::optional<WanStatusList>& wans) {
 
 void print_power_units(const PanelLayout& layout) {
   static const char* const kName = "dump_pmu_info";
-  const JsonPtr list = devcmd_list();
+  const std::optional<PowerUnitList> list = power_unit_list_collect();
   if (!list) {
     std::printf("%s: No pmu list!\n", kName);
     return;
   }
-  if (json_array_size(list.get()) == 0) {
+  if (list->items.empty()) {
     std::printf("%s: PMU list is empty\n", kName);
   }
-  std::printf("%s: [Total PMU list len = %zu]\n", kName, json_array_size(list.get()));
+  std::printf("%s: [Total PMU list len = %zu]\n", kName, list->items.size());
   std::printf("%s: ===== PMU_TYPE_LOCAL\n", kName);
-  print_power_units_of_type(PowerUnitType::kIntegratedPmu, list.get(), layout);
+  print_power_units_of_type(PowerUnitType::kIntegratedPmu, *list, layout);
   std::printf("%s: ========================\n\n", kName);
   std::printf("%s: ===== PMU_TYPE_EXTERNAL\n", kName);
-  print_power_units_of_type(PowerUnitType::kExternalPmu, list.get(), layout);
+  print_power_units_of_type(PowerUnitType::kExternalPmu, *list, layout);
   std::printf("%s: ========================\n", kName);
 }
 

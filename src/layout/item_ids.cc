@@ -32,6 +32,15 @@ std::string format_item_id(const ItemKey& key, const ItemArgs& args) {
   return key.name;
 }
 
+std::optional<std::string> exact_item_id(const ItemKey& key, const ItemArgs& args) {
+  std::string id = format_item_id(key, args);
+  const std::optional<ItemArgs> read = read_item_suffix(key, id.c_str());
+  if (!read || read->number != args.number || read->unit != args.unit) {
+    return std::nullopt;
+  }
+  return id;
+}
+
 bool item_key_matches(const ItemKey& key, const char* identifier) {
   if (key.suffix == ItemSuffix::kNone) {
     return std::strcmp(identifier, key.name) == 0;
