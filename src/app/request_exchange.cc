@@ -45,7 +45,7 @@ const RequestType kRequestTypes[] = {
 bool write_response(const json_t* document, const char* output_path) {
   const HostPath output = HostPath::as_given(output_path);
   const std::optional<std::string> text = json_compact_text(document);
-  if (!text) {
+  if (!text || !response_size_allowed(*text)) {
     return false;
   }
   remove_file(output);

@@ -83,27 +83,25 @@ JsonPtr pmu_config_menu(PowerUnitType type, int port_count, const std::string& s
                         const PanelLayout& layout) {
   JsonPtr items = json_own(json_array());
   if (!config.reset_delay.empty()) {
-    json_append(items.get(),
-                unit_text_item("pmu_conf_pwr_on_delay_%s", serial, "Power On Delay",
-                               "Power On Delay:",
-                               format_text(kTextCapacity, "%s sec", config.reset_delay.c_str()),
-                               layout));
+    json_append(
+        items.get(),
+        unit_text_item("pmu_conf_pwr_on_delay_%s", serial, "Power On Delay", "Power On Delay:",
+                       format_text(kTextCapacity, "%s sec", config.reset_delay.c_str()), layout));
   }
   const bool pmu = type == PowerUnitType::kIntegratedPmu || type == PowerUnitType::kExternalPmu;
   if (pmu) {
-    json_append(items.get(), unit_text_item("pmu_conf_ign_sense_%s", serial, "Ignition Sense",
-                                            "Ignition Sense:",
-                                            config.starts_on_ignition ? "Enable" : "Disable",
-                                            layout));
+    json_append(items.get(),
+                unit_text_item("pmu_conf_ign_sense_%s", serial, "Ignition Sense", "Ignition Sense:",
+                               config.starts_on_ignition ? "Enable" : "Disable", layout));
   }
   if (type == PowerUnitType::kIntegratedPmu && port_count >= 1 && config.output_voltage) {
-    json_append(items.get(), volts_per_port(*config.output_voltage, port_count,
-                                            "pmu_conf_out_volt_%s", serial, "Output Voltage", {},
-                                            layout));
+    json_append(items.get(),
+                volts_per_port(*config.output_voltage, port_count, "pmu_conf_out_volt_%s", serial,
+                               "Output Voltage", {}, layout));
   }
   if (config.schedules) {
-    json_append(items.get(), pmu_schedule_menu(port_count, serial, *config.schedules,
-                                               protected_ports, layout));
+    json_append(items.get(),
+                pmu_schedule_menu(port_count, serial, *config.schedules, protected_ports, layout));
   }
   json_append(items.get(), pmu_port_control_menu(port_count, serial, protected_ports, layout));
   json_append(items.get(), pmu_threshold_menu(port_count, serial, config, protected_ports, layout));
@@ -123,9 +121,9 @@ JsonPtr menu_item_port_values(const PortTexts& values, int port_count, const std
     }
     const std::string& value = values.at(port);
     // A port without a value still gets its line.
-    const std::string shown =
-        value.empty() ? std::string("N/A")
-                      : format_text(kTextCapacity, "%s%s", value.c_str(), suffix);
+    const std::string shown = value.empty()
+                                  ? std::string("N/A")
+                                  : format_text(kTextCapacity, "%s%s", value.c_str(), suffix);
     if (!text.empty()) {
       text.append("\n");
     }
@@ -145,22 +143,21 @@ JsonPtr pmu_threshold_menu(int port_count, const std::string& serial, const Unit
                            const ProtectedPorts& protected_ports, const PanelLayout& layout) {
   JsonPtr items = json_own(json_array());
   if (!config.max_temperature.empty()) {
-    json_append(items.get(),
-                unit_text_item("pmu_thres_max_temp_%s", serial, "Max. Temperature",
-                               "Max. Temperature:",
-                               format_text(kTextCapacity, "%s degree Cel.",
-                                           config.max_temperature.c_str()),
-                               layout));
+    json_append(
+        items.get(),
+        unit_text_item("pmu_thres_max_temp_%s", serial, "Max. Temperature", "Max. Temperature:",
+                       format_text(kTextCapacity, "%s degree Cel.", config.max_temperature.c_str()),
+                       layout));
   }
   if (config.max_voltage) {
-    json_append(items.get(), volts_per_port(*config.max_voltage, port_count,
-                                            "pmu_thres_max_in_volt_%s", serial, "Max. Voltage",
-                                            protected_ports, layout));
+    json_append(items.get(),
+                volts_per_port(*config.max_voltage, port_count, "pmu_thres_max_in_volt_%s", serial,
+                               "Max. Voltage", protected_ports, layout));
   }
   if (config.min_voltage) {
-    json_append(items.get(), volts_per_port(*config.min_voltage, port_count,
-                                            "pmu_thres_min_in_volt_%s", serial, "Min. Voltage",
-                                            protected_ports, layout));
+    json_append(items.get(),
+                volts_per_port(*config.min_voltage, port_count, "pmu_thres_min_in_volt_%s", serial,
+                               "Min. Voltage", protected_ports, layout));
   }
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
   return menu_item_submenu(id_of("pmu_thres_%s", serial).c_str(), "Thresholds", std::move(items));

@@ -90,8 +90,8 @@ JsonPtr pdu_status_menu(const std::string& serial, const PanelLayout& layout) {
 // A static text item of one label and value, id formed with the serial.
 JsonPtr label_item(const char* id_format, const std::string& serial, const char* title,
                    const char* label, const std::string& value, const PanelLayout& layout) {
-  return menu_item_label_value(with_serial(id_format, serial).c_str(), title, label,
-                               value.c_str(), layout);
+  return menu_item_label_value(with_serial(id_format, serial).c_str(), title, label, value.c_str(),
+                               layout);
 }
 
 // Device Info of an external PMU.
@@ -211,10 +211,8 @@ JsonPtr pmu_unit_menu(PowerUnitType type, const PowerUnit& unit, const PanelLayo
     json_append(items.get(), pmu_info_menu(details, layout));
   }
   json_append(items.get(), pmu_status_menu(type, details.serial, layout));
-  json_append(items.get(),
-              pmu_config_menu(type, *ports, details.serial, *unit.config, {}, layout));
-  json_append(items.get(),
-              pmu_network_menu(type, details.serial, unit.config->network, layout));
+  json_append(items.get(), pmu_config_menu(type, *ports, details.serial, *unit.config, {}, layout));
+  json_append(items.get(), pmu_network_menu(type, details.serial, unit.config->network, layout));
   json_append(items.get(), menu_item_separator(layout.chars_per_line));
   return items;
 }

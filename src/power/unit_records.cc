@@ -62,8 +62,7 @@ PortTexts port_texts_of(const json_t* object, const char* prefix) {
   PortTexts texts;
   const char* key = nullptr;
   const json_t* value = nullptr;
-  // json_object_foreach takes a non-const object; it only reads it.
-  json_t* members = const_cast<json_t*>(object);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
+  json_t* members = const_cast<json_t*>(object);  // json_object_foreach only reads it
   json_object_foreach(members, key, value) {
     if (const std::optional<int> port = port_of_key(key, prefix)) {
       texts.set(*port, json_is_string(value) ? json_string_value(value) : "");

@@ -42,7 +42,9 @@ struct PortCount {
   std::optional<int> stated;
 };
 /// The count a unit's menus are built for: a unit that leaves it out has one port.
-[[nodiscard]] inline int ports_for_menus(const PortCount& count) { return count.stated.value_or(1); }
+[[nodiscard]] inline int ports_for_menus(const PortCount& count) {
+  return count.stated.value_or(1);
+}
 /// The count a device command works with: a unit that leaves it out has none, and then
 /// counts as unreachable.
 [[nodiscard]] inline int ports_for_commands(const PortCount& count) {
@@ -107,7 +109,7 @@ struct UnitDetails {
   std::string name;    ///< "prod_name"
   std::string firmware;
   std::string hardware_revision;
-  std::optional<PortCount> ports;  ///< nothing without "attr"
+  std::optional<PortCount> ports;   ///< nothing without "attr"
   ProtectedPorts management_ports;  ///< the integers of "mgmt_port" that name a port
 };
 
@@ -115,9 +117,9 @@ struct UnitDetails {
 struct PowerUnit {
   std::string model;  ///< "prod"
   PowerUnitType type = PowerUnitType::kIntegratedPmu;
-  std::string serial;                    ///< "sn": the handle of the device commands
-  std::optional<UnitDetails> details;    ///< nothing without "devinfo"
-  std::optional<UnitConfig> config;      ///< nothing without "config"
+  std::string serial;                  ///< "sn": the handle of the device commands
+  std::optional<UnitDetails> details;  ///< nothing without "devinfo"
+  std::optional<UnitConfig> config;    ///< nothing without "config"
 };
 struct PowerUnitList {
   std::vector<PowerUnit> items;  ///< in list order, at most kMaxPowerUnits

@@ -21,9 +21,9 @@ struct QuantityText {
 
 // Indexed by PortQuantity.
 const QuantityText kQuantities[] = {
-    {"Port", " Status", nullptr, true},  {"Input Voltage", "", " V", true},
-    {"Output Voltage", "", " V", true},  {"Input Current", "", " A", true},
-    {"Output Current", "", " A", true},  {"Voltage", "", " V", false},
+    {"Port", " Status", nullptr, true}, {"Input Voltage", "", " V", true},
+    {"Output Voltage", "", " V", true}, {"Input Current", "", " A", true},
+    {"Output Current", "", " A", true}, {"Voltage", "", " V", false},
     {"Current", "", " A", false},
 };
 
@@ -84,8 +84,8 @@ std::string pmu_render_temperature(PowerUnitType type, const std::string& serial
   }
   if (!report->temperature.empty()) {
     text.append(layout_label_value(
-        "Temperature:",
-        format_text(kValueCapacity, "%s degree Cel.", report->temperature.c_str()), layout));
+        "Temperature:", format_text(kValueCapacity, "%s degree Cel.", report->temperature.c_str()),
+        layout));
   }
   if (text.empty()) {
     text.append(power_unit_unreachable_text(type, layout.chars_per_line));

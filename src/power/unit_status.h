@@ -14,8 +14,7 @@ namespace tavio {
 /// The label of one of a unit's ports: name, " " and the port, then after and ":" ("Port 2
 /// Status:", "Max. Voltage 2:"). A one-port unit has no port numbers in its labels ("Port
 /// Status:").
-[[nodiscard]] std::string port_label(const char* name, const char* after, int port,
-                                     int port_count);
+[[nodiscard]] std::string port_label(const char* name, const char* after, int port, int port_count);
 
 /// One line per port that reports the quantity ("Port 2 Status:" with several ports), or the
 /// unit's unreachable message. Voltage and current of a PDU are left as laid out; the PMU

@@ -38,8 +38,7 @@ std::string text_item(const char* id, const char* title, const char* st) {
 
 // The record of the one unit of a device list whose element is unit (JSON).
 PowerUnit read_unit(const std::string& unit) {
-  const JsonPtr answer =
-      json_own(json_loads(("{\"list\": [" + unit + "]}").c_str(), 0, nullptr));
+  const JsonPtr answer = json_own(json_loads(("{\"list\": [" + unit + "]}").c_str(), 0, nullptr));
   const std::optional<PowerUnitList> list = power_unit_list_of(answer.get());
   return list && list->items.size() == 1 ? list->items.front() : PowerUnit{};
 }
@@ -98,9 +97,9 @@ TEST(PortValues, OneLinePerUnprotectedPortMissingShownAsNa) {
   for (const auto& c : cases) {
     const UnitConfig config = read_config(std::string(R"({"over_v": )") + c.values + "}");
     ASSERT_TRUE(config.max_voltage) << c.values;
-    const JsonPtr item = menu_item_port_values(*config.max_voltage, c.ports, "v_SN1",
-                                               "Max. Voltage", " V", c.protected_ports,
-                                               grid(c.theme));
+    const JsonPtr item =
+        menu_item_port_values(*config.max_voltage, c.ports, "v_SN1", "Max. Voltage", " V",
+                              c.protected_ports, grid(c.theme));
     EXPECT_EQ(dump(item.get()), c.st ? text_item("v_SN1", "Max. Voltage", c.st) : "null")
         << c.values;
   }
@@ -151,8 +150,7 @@ TEST(Schedules, UnusableEntriesLeaveNoGapInNumbers) {
                 "Port 1 Action:    OFF\nPort 2 Action:    N/A\n"
                 "Execution Time: 12:00\nFrequency:\n          Monthly - 1") +
       "," + kSep + "]}";
-  EXPECT_EQ(dump(pmu_schedule_menu(2, "SN1", *config.schedules, {}, grid()).get()),
-            doc(expected));
+  EXPECT_EQ(dump(pmu_schedule_menu(2, "SN1", *config.schedules, {}, grid()).get()), doc(expected));
   const UnitConfig unusable =
       read_config(R"({"schedule": [{"cron": "0 0 * * *", "state": {}}, {"state": {}}]})");
   ASSERT_TRUE(unusable.schedules);
