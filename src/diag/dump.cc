@@ -2,14 +2,17 @@
 
 #include <jansson.h>
 
+#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "menus/main_menu.h"
 #include "panel/display_prefs.h"
 #include "platform/router_support.h"
+#include "platform/text_buffer.h"
 #include "power/device_commands.h"
 #include "power/external_power.h"
 #include "power/unit_status.h"
@@ -36,25 +39,40 @@ constexpr std::size_t kMaxDumpBytes = std::size_t{1024} * 1024;
 std::size_t g_printed = 0;
 bool g_cut = false;
 
-// printf within kMaxDumpBytes: a piece that would pass it is not printed, nor is anything
-// after it.
-void print(const char* format, ...) __attribute__((format(printf, 1, 2)));
-void print(const char* format, ...) {
+// Prints size bytes of data unless they would take the dump past kMaxDumpBytes; from the
+// first piece that would, nothing more is printed but the line that says so.
+void emit(const char* data, std::size_t size) {
   if (g_cut) {
     return;
   }
-  std::va_list args;
-  va_start(args, format);
-  std::va_list measure;
-  va_copy(measure, args);
-  const int length = std::vsnprintf(nullptr, 0, format, measure);
-  va_end(measure);
-  if (length < 0 || g_printed + static_cast<std::size_t>(length) > kMaxDumpBytes) {
+  if (g_printed + size > kMaxDumpBytes) {
     g_cut = true;
     std::printf("\n<dump cut at %zu bytes>\n", kMaxDumpBytes);
-  } else {
-    g_printed += static_cast<std::size_t>(length);
-    std::vprintf(format, args);
+    return;
+  }
+  g_printed += size;
+  std::fwrite(data, 1, size, stdout);
+}
+
+// printf through emit. Pieces are formatted once, into a buffer that holds the longest text
+// a renderer makes; only a longer one is formatted again.
+void print(const char* format, ...) __attribute__((format(printf, 1, 2)));
+void print(const char* format, ...) {
+  std::va_list args;
+  va_start(args, format);
+  std::va_list first;
+  va_copy(first, args);
+  std::array<char, 2 * kMaxTextCapacity> small;
+  const int length = std::vsnprintf(small.data(), small.size(), format, first);
+  va_end(first);
+  // A length below 0 (a conversion that failed; the dump's formats hold none) prints nothing.
+  const auto size = static_cast<std::size_t>(length);
+  if (length >= 0 && size < small.size()) {
+    emit(small.data(), size);
+  } else if (length >= 0) {
+    std::string large(size + 1, '\0');
+    std::vsnprintf(&large[0], large.size(), format, args);
+    emit(large.data(), size);
   }
   va_end(args);
 }
@@ -67,7 +85,9 @@ void print_menu(const JsonPtr& menu) {
   print("\n ---------------- Read menu test\n");
   char* text = menu ? json_dumps(menu.get(), 0) : nullptr;
   if (text != nullptr) {
-    print("\tMenu JSON\t=\n\t%s\n\n", text);
+    print("\tMenu JSON\t=\n\t");
+    emit(text, std::strlen(text));
+    print("\n\n");
     std::free(text);
   } else {
     print("\tFail to create Menu JSON!!\n\n");

@@ -263,14 +263,30 @@ std::optional<PortCount> unit_info_port_count_of(const json_t* answer) {
 
 std::optional<UnitReport> unit_report_of(const json_t* answer) {
   const json_t* reports = json_object_get(answer, "rpt");
-  const json_t* first = json_is_array(reports) ? json_array_get(reports, 0) : nullptr;
+  json_t* first = json_is_array(reports) ? json_array_get(reports, 0) : nullptr;
   if (first == nullptr) {
     return std::nullopt;
   }
   UnitReport report;
-  report.temperature = text_member(first, "t");
-  for (std::size_t quantity = 0; quantity < kPortQuantityCount; ++quantity) {
-    report.ports.at(quantity) = port_texts_of(first, kReportKeys[quantity]);
+  // One walk over the members: each key goes to the quantity its letters name.
+  const char* key = nullptr;
+  const json_t* value = nullptr;
+  json_object_foreach(first, key, value) {
+    const std::string_view name = key;
+    const char* text = json_is_string(value) ? json_string_value(value) : "";
+    if (name == "t") {
+      report.temperature = text;
+      continue;
+    }
+    const std::string_view letters = name.substr(0, name.find_first_of("0123456789"));
+    for (std::size_t quantity = 0; quantity < kPortQuantityCount; ++quantity) {
+      if (letters == kReportKeys[quantity]) {
+        if (const std::optional<int> port = port_of_key(name, letters)) {
+          report.ports.at(quantity).set(*port, text);
+        }
+        break;
+      }
+    }
   }
   return report;
 }
