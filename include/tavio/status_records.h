@@ -1,8 +1,11 @@
 // Records of router status, filled by the collectors and read by the renderers and menus.
-// Lists keep the API's "order".
+// Lists keep the API's "order", and each holds at most the bound named beside it: an API
+// reply's "order" beyond that is not read, so no reply sizes a menu or a dump. Each bound is
+// far above what a router has, so a real list is never cut.
 #ifndef TAVIO_STATUS_RECORDS_H
 #define TAVIO_STATUS_RECORDS_H
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -27,6 +30,10 @@ struct WanStatus {
   double ecio = kAbsentSignalReal;
   double rsrq = kAbsentSignalReal;
 };
+/// The most WAN connections read (also per traffic list). Routers number their WAN
+/// connections (Ethernet ports, cellular modems and their SIMs, Wi-Fi as WAN) in the tens;
+/// 256 leaves room.
+constexpr std::size_t kMaxWanConnections = 256;
 struct WanStatusList {
   std::vector<WanStatus> items;
 };
@@ -38,6 +45,11 @@ struct VpnStatus {
   std::string state;    ///< display word; "" for an unknown link state
   bool secure = false;  ///< a peer of the profile is secured
 };
+/// The most VPN profiles read. The largest routers hold a few hundred site-to-site profiles;
+/// 1024 leaves room.
+constexpr std::size_t kMaxVpnProfiles = 1024;
+/// The most VPN peers looked at for the profiles' "secured" mark: a few per profile.
+constexpr std::size_t kMaxVpnPeers = 4 * kMaxVpnProfiles;
 struct VpnStatusList {
   std::vector<VpnStatus> items;
 };
@@ -48,6 +60,8 @@ struct PortStatus {
   int id = 0;
   std::string link;  ///< link text (63 characters)
 };
+/// The most LAN ports read. Front panels have up to a few dozen ports; 128 leaves room.
+constexpr std::size_t kMaxLanPorts = 128;
 struct PortStatusList {
   std::vector<PortStatus> items;
 };

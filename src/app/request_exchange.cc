@@ -45,7 +45,8 @@ const RequestType kRequestTypes[] = {
 // mid-write or the file system is full.
 bool write_response(const json_t* document, const char* output_path) {
   const std::optional<std::string> text = json_compact_text(document);
-  return text && replace_file_atomically(HostPath::as_given(output_path), *text);
+  return text && response_size_allowed(*text) &&
+         replace_file_atomically(HostPath::as_given(output_path), *text);
 }
 
 // The request document; nothing when it is missing, larger than a request can be, or not JSON.

@@ -5,6 +5,7 @@
 
 #include "platform/numbers.h"
 #include "platform/text_buffer.h"
+#include "platform/utf8.h"
 
 namespace tavio {
 namespace {
@@ -30,6 +31,17 @@ std::string format_item_id(const ItemKey& key, const ItemArgs& args) {
       return format_text(kItemIdCapacity, "%s%s_%d", key.name, args.unit.c_str(), args.number);
   }
   return key.name;
+}
+
+std::optional<std::string> exact_item_id(const ItemKey& key, const ItemArgs& args) {
+  std::string id = format_item_id(key, args);
+  // An identifier travels as a JSON text: bytes that are not UTF-8 would come back repaired,
+  // naming another unit.
+  const std::optional<ItemArgs> read = read_item_suffix(key, id.c_str());
+  if (!utf8_well_formed(id) || !read || read->number != args.number || read->unit != args.unit) {
+    return std::nullopt;
+  }
+  return id;
 }
 
 bool item_key_matches(const ItemKey& key, const char* identifier) {

@@ -95,6 +95,11 @@ constexpr char kBattery[] = "pwr_consume_status_battery_menu";
 /// characters. Read back, a unit serial keeps only what its suffix kind reads (31
 /// characters, or 14 of a port control), so a longer one does not come back whole.
 [[nodiscard]] std::string format_item_id(const ItemKey& key, const ItemArgs& args = {});
+/// The identifier format_item_id makes for key and args when it reads back as exactly args;
+/// nothing when the family cannot carry them whole (a unit serial over 31 characters, a port
+/// control's serial of other than 14), so that a menu never hands out an identifier that
+/// names another unit or a cut serial.
+[[nodiscard]] std::optional<std::string> exact_item_id(const ItemKey& key, const ItemArgs& args);
 /// True when identifier is key's name (kNone) or starts with it (every other kind).
 [[nodiscard]] bool item_key_matches(const ItemKey& key, const char* identifier);
 /// The suffix of an identifier that matches key, read as key says; nothing when it does not

@@ -1,5 +1,6 @@
 #include "platform/json_get.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -40,14 +41,15 @@ json_t* json_member_by_id(const json_t* object, int id) {
   return json_object_get(object, key);
 }
 
-std::optional<std::vector<OrderedMember>> ordered_members(const json_t* section) {
+std::optional<std::vector<OrderedMember>> ordered_members(const json_t* section, std::size_t most) {
   const json_t* order = json_object_get(section, "order");
   if (!json_is_array(order)) {
     return std::nullopt;
   }
+  const std::size_t count = std::min(json_array_size(order), most);
   std::vector<OrderedMember> members;
-  members.reserve(json_array_size(order));
-  for (std::size_t i = 0; i < json_array_size(order); ++i) {
+  members.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
     const int id = static_cast<int>(json_integer_value(json_array_get(order, i)));
     members.push_back({id, json_member_by_id(section, id)});
   }

@@ -5,6 +5,7 @@
 
 #include <jansson.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -35,8 +36,10 @@ struct OrderedMember {
   const json_t* member;
 };
 /// The members of an API section in the order its "order" array lists them (the API keys its
-/// lists by id and orders them apart); nothing when the section has no "order" array.
-[[nodiscard]] std::optional<std::vector<OrderedMember>> ordered_members(const json_t* section);
+/// lists by id and orders them apart), the first most of them; nothing when the section has
+/// no "order" array.
+[[nodiscard]] std::optional<std::vector<OrderedMember>> ordered_members(const json_t* section,
+                                                                        std::size_t most);
 
 }  // namespace tavio
 

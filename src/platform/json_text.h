@@ -4,10 +4,22 @@
 
 #include <jansson.h>
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
 namespace tavio {
+
+/// The largest response or menu update written. The display reads a response whole; the
+/// largest menu of the example router takes 8 kilobytes, and with every list a device or the
+/// API reports held to its bound a response stays far below this. A document past it is not
+/// written: the run reports that it could not write the response.
+constexpr std::size_t kMaxResponseBytes = std::size_t{1024} * 1024;
+
+/// Whether text may be written as a response: at most kMaxResponseBytes.
+[[nodiscard]] inline bool response_size_allowed(const std::string& text) {
+  return text.size() <= kMaxResponseBytes;
+}
 
 /// document as compact JSON: no white space, members in the order they were set, strings as
 /// they are but for the escapes JSON requires (quote, backslash, control characters); the

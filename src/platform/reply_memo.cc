@@ -45,4 +45,11 @@ void forget_replies(const std::string& tool) {
                 replies.end());
 }
 
+void forget_reply(const ReplyKey& key) {
+  std::vector<KeptReply>& replies = kept();
+  replies.erase(std::remove_if(replies.begin(), replies.end(),
+                               [&](const KeptReply& entry) { return entry.key == key; }),
+                replies.end());
+}
+
 }  // namespace tavio

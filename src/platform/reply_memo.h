@@ -1,7 +1,8 @@
 // Replies of read-only tool calls, kept for the rest of the run: a menu or a list of values
 // asks for the same WAN list or unit status several times, and each tool run costs far more
 // on the router than tavio's own work. Writes and actions are never kept; one of them makes
-// the tool's kept replies stale, so its caller forgets them.
+// what it changes stale, so its caller forgets those replies. A call is known by its whole
+// argument vector: two calls share a reply only when every argument is the same.
 #ifndef TAVIO_PLATFORM_REPLY_MEMO_H
 #define TAVIO_PLATFORM_REPLY_MEMO_H
 
@@ -22,6 +23,8 @@ using ReplyKey = std::vector<std::string>;
 void keep_reply(ReplyKey key, const JsonPtr& reply);
 /// Forgets the kept replies of tool (the first word of their keys); "" forgets all of them.
 void forget_replies(const std::string& tool);
+/// Forgets the kept reply of exactly this call, if there is one.
+void forget_reply(const ReplyKey& key);
 
 }  // namespace tavio
 

@@ -1,13 +1,11 @@
 #include "power/device_commands.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <cstring>
 
 #include "layout/panel_text.h"
 #include "platform/command.h"
 #include "platform/json_get.h"
-#include "platform/numbers.h"
 #include "platform/os.h"
 #include "platform/outside_text.h"
 #include "platform/reply_memo.h"
@@ -33,14 +31,20 @@ bool unit_serial_fits(const char* line_format, const char* answer_file, const st
 JsonPtr ask_device(std::vector<std::string> args) {
   const std::optional<std::string> answer = run_command(
       Command{kDeviceTool, std::move(args), kDeviceToolDeadline, CommandOutput::kCapture});
-  return answer ? json_own(json_loadb(answer->data(), answer->size(), 0, nullptr)) : nullptr;
+  return answer ? json_load_reply(*answer) : nullptr;
+}
+
+// The key under which device_answer keeps the answer to args: the whole call.
+ReplyKey device_reply_key(const std::vector<std::string>& args) {
+  ReplyKey key{kDeviceTool};
+  key.insert(key.end(), args.begin(), args.end());
+  return key;
 }
 
 }  // namespace
 
 JsonPtr device_answer(std::vector<std::string> args) {
-  ReplyKey key{kDeviceTool};
-  key.insert(key.end(), args.begin(), args.end());
+  ReplyKey key = device_reply_key(args);
   JsonPtr answer;
   if (!kept_reply(key, &answer)) {
     answer = ask_device(std::move(args));
@@ -55,40 +59,33 @@ JsonPtr first_report(const JsonPtr& answer) {
   return first != nullptr ? json_share(first) : nullptr;
 }
 
-JsonPtr devcmd_list() {
-  const JsonPtr answer = device_answer({"iotdevlist"});
-  json_t* list = json_object_get(answer.get(), "list");
-  return json_is_array(list) ? json_share(list) : nullptr;
+std::optional<PowerUnitList> power_unit_list_collect() {
+  return power_unit_list_of(device_answer({"iotdevlist"}).get());
 }
 
-std::optional<int> devcmd_info(const std::string& serial) {
+int unit_port_count(const std::string& serial) {
   if (serial.empty() || !unit_serial_fits("capwap_cli iotdevinfo %s > ",
                                           "/var/run/dorva/tavio/pmu_info_%d.json", serial)) {
-    return std::nullopt;
+    return kUnknownPortCount;
   }
-  const JsonPtr answer = device_answer({"iotdevinfo", serial});
-  const json_t* attributes = json_object_get(json_object_get(answer.get(), "devinfo"), "attr");
-  // A missing port count reads as "0": the unit then counts as unreachable.
-  const char* count = jget_string(attributes, "port_num", "0");
-  if (attributes == nullptr || count[0] == '\0') {
-    return std::nullopt;
-  }
-  return clamp_to_int(std::strtol(count, nullptr, 10));
+  const std::optional<PortCount> count =
+      unit_info_port_count_of(device_answer({"iotdevinfo", serial}).get());
+  return count ? ports_for_commands(*count) : kUnknownPortCount;
 }
 
-JsonPtr devcmd_status(const std::string& serial) {
+std::optional<UnitReport> unit_report_collect(const std::string& serial) {
   if (serial.empty() || !unit_serial_fits("capwap_cli iotstatus %s > ",
                                           "/var/run/dorva/tavio/pmu_status_%d.json", serial)) {
-    return nullptr;
+    return std::nullopt;
   }
-  return first_report(device_answer({"iotstatus", serial}));
+  return unit_report_of(device_answer({"iotstatus", serial}).get());
 }
 
 std::optional<std::string> devcmd_port_set(const std::string& serial, int port, bool on) {
   if (serial.empty()) {
     return std::nullopt;
   }
-  const int count = devcmd_info(serial).value_or(kUnknownPortCount);
+  const int count = unit_port_count(serial);
   if (count < 1 || count < port) {
     return std::nullopt;
   }
@@ -97,7 +94,9 @@ std::optional<std::string> devcmd_port_set(const std::string& serial, int port, 
   if (!unit_serial_fits(line.c_str(), "/var/run/dorva/tavio/pmu_iotdevport_set_%d.json", serial)) {
     return std::nullopt;
   }
-  forget_replies(kDeviceTool);  // the unit's status changes with its port
+  // The switch changes the unit's status report and nothing else: its port count and the
+  // device list stay as they were read.
+  forget_reply(device_reply_key({"iotstatus", serial}));
   const JsonPtr answer = ask_device({"iotdevport_set", serial, state});
   const json_t* results = json_object_get(answer.get(), "ret");
   const json_t* first = json_is_array(results) ? json_array_get(results, 0) : nullptr;
@@ -114,19 +113,6 @@ std::optional<std::string> devcmd_port_set(const std::string& serial, int port, 
     return std::nullopt;
   }
   return std::string(on ? "ON" : "OFF");
-}
-
-PowerUnitType power_unit_type_of(const char* product) {
-  if (product == nullptr) {
-    return PowerUnitType::kIntegratedPmu;
-  }
-  if (std::strcmp(product, "RQ-PWRU") == 0) {
-    return PowerUnitType::kExternalPmu;
-  }
-  if (std::strcmp(product, "RQ-DIST") == 0) {
-    return PowerUnitType::kPdu;
-  }
-  return PowerUnitType::kIntegratedPmu;  // "RQ-CELL" and every model not known here
 }
 
 const char* power_unit_name(PowerUnitType type) {
@@ -146,20 +132,6 @@ std::string power_unit_unreachable_text(PowerUnitType type, int width) {
       format_text(kUnreachableCapacity, "Fail to get status. Please check the %s connection.",
                   power_unit_name(type));
   return layout_wrap(text, width);
-}
-
-std::vector<json_t*> power_units_of_type(const json_t* list, PowerUnitType type) {
-  std::vector<json_t*> units;
-  for (std::size_t i = 0; json_is_array(list) && i < json_array_size(list); ++i) {
-    json_t* unit = json_array_get(list, i);
-    if (json_object_get(unit, "devinfo") == nullptr ||
-        power_unit_type_of(jget_string(unit, "prod", "")) != type ||
-        jget_string(unit, "sn", "")[0] == '\0') {
-      continue;
-    }
-    units.push_back(unit);
-  }
-  return units;
 }
 
 }  // namespace tavio

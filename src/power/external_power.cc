@@ -140,7 +140,7 @@ std::optional<ExternalPower> extpower_collect() {
   const json_t* batteries = json_object_get(report.get(), "bat_info");
   if (json_is_array(batteries)) {
     power.batteries.emplace();
-    for (std::size_t i = 0; i < json_array_size(batteries); ++i) {
+    for (std::size_t i = 0; i < json_array_size(batteries) && i < kMaxBatteries; ++i) {
       power.batteries->push_back(battery_of(json_array_get(batteries, i)));
     }
   }

@@ -5,6 +5,7 @@
 #ifndef TAVIO_POWER_EXTERNAL_POWER_H
 #define TAVIO_POWER_EXTERNAL_POWER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -29,11 +30,16 @@ struct Battery {
   std::optional<std::int32_t> full_mah;
 };
 
+/// The most batteries of a report that are read. The external power input feeds one or two
+/// batteries; 8 leaves room.
+constexpr std::size_t kMaxBatteries = 8;
+
 /// The external power input and the batteries.
 struct ExternalPower {
   std::string source;  ///< the input that feeds the router; "" while the device is finding out
   std::string power;   ///< its power in watts; "" while unknown
-  std::optional<std::vector<Battery>> batteries;  ///< nothing when the report lists none
+  /// Nothing when the report lists none; at most kMaxBatteries.
+  std::optional<std::vector<Battery>> batteries;
 };
 
 /// The external-power report ("capwap_cli extpower_status"); nothing when the tool fails.

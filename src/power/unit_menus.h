@@ -4,8 +4,7 @@
 #ifndef TAVIO_POWER_UNIT_MENUS_H
 #define TAVIO_POWER_UNIT_MENUS_H
 
-#include <jansson.h>
-
+#include "power/unit_records.h"
 #include "tavio/json_ref.h"
 #include "tavio/panel_layout.h"
 #include "tavio/power_unit.h"
@@ -20,11 +19,12 @@ namespace tavio {
 [[nodiscard]] JsonPtr power_menu_pmu_items(const PanelLayout& layout);
 /// The "pdu_menu" items: the first PDU's own menu; null without one.
 [[nodiscard]] JsonPtr power_menu_pdu_items(const PanelLayout& layout);
-/// The items of one PMU (integrated or external); null when its record lacks what they need.
-[[nodiscard]] JsonPtr pmu_unit_menu(PowerUnitType type, const json_t* record,
+/// The items of one PMU (integrated or external); null when its record lacks what they need
+/// (device information with a port count of at least 1, a configuration, a serial).
+[[nodiscard]] JsonPtr pmu_unit_menu(PowerUnitType type, const PowerUnit& unit,
                                     const PanelLayout& layout);
 /// The items of one PDU; null when its record lacks what they need.
-[[nodiscard]] JsonPtr pdu_unit_menu(const json_t* record, const PanelLayout& layout);
+[[nodiscard]] JsonPtr pdu_unit_menu(const PowerUnit& unit, const PanelLayout& layout);
 
 }  // namespace tavio
 

@@ -1,10 +1,9 @@
 // A power unit's status values as the panel shows them: port states, voltages, currents and
-// temperature, read afresh from the unit for every value.
+// temperature, rendered from the unit's status report (unit_report_collect) read afresh for
+// every run.
 #ifndef TAVIO_POWER_UNIT_STATUS_H
 #define TAVIO_POWER_UNIT_STATUS_H
 
-#include <map>
-#include <optional>
 #include <string>
 
 #include "tavio/panel_layout.h"
@@ -12,11 +11,10 @@
 
 namespace tavio {
 
-/// A unit's status report: every member by its key ("s1" the state of port 1, "vi2" the input
-/// voltage of port 2, "t" the temperature, ...); a member that is not a text reads "".
-using UnitReport = std::map<std::string, std::string>;
-/// The unit's status report; nothing when the tool fails or reports nothing.
-[[nodiscard]] std::optional<UnitReport> unit_report_collect(const std::string& serial);
+/// The label of one of a unit's ports: name, " " and the port, then after and ":" ("Port 2
+/// Status:", "Max. Voltage 2:"). A one-port unit has no port numbers in its labels ("Port
+/// Status:").
+[[nodiscard]] std::string port_label(const char* name, const char* after, int port, int port_count);
 
 /// One line per port that reports the quantity ("Port 2 Status:" with several ports), or the
 /// unit's unreachable message. Voltage and current of a PDU are left as laid out; the PMU

@@ -62,8 +62,8 @@ JsonPtr front_panel_ports() {
 bool port_shown_as_lan(const json_t* panel_ports, const json_t* wan, int port) {
   bool result = true;
   const std::vector<OrderedMember> wans =
-      ordered_members(wan).value_or(std::vector<OrderedMember>{});
-  for (std::size_t i = 0; i < json_array_size(panel_ports); ++i) {
+      ordered_members(wan, kMaxWanConnections).value_or(std::vector<OrderedMember>{});
+  for (std::size_t i = 0; i < json_array_size(panel_ports) && i < kMaxLanPorts; ++i) {
     const json_t* panel_port = json_array_get(panel_ports, i);
     const char* label = jget_string(panel_port, "label", "");
     if (label[0] == '\0' || std::strtol(label, nullptr, 10) != port) {
@@ -90,7 +90,8 @@ std::optional<PortStatusList> port_status_collect(std::optional<int> id) {
   const std::string query = id ? format_text(kPathCapacity, "?lite=no&id=%d", *id) : "?lite=no";
   const ApiResultPtr result = api_read("status.port", query);
   const auto lan_ports =
-      result ? ordered_members(json_object_get(result->response, "lan")) : std::nullopt;
+      result ? ordered_members(json_object_get(result->response, "lan"), kMaxLanPorts)
+             : std::nullopt;
   if (!lan_ports) {
     return std::nullopt;
   }

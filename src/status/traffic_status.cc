@@ -19,7 +19,7 @@ enum class Figure { kDownload, kUpload, kBothWays };
 std::optional<TrafficList> traffic_collect(const char* section_name) {
   const ApiResultPtr result = api_read("status.traffic");
   const json_t* section = result ? json_object_get(result->response, section_name) : nullptr;
-  const auto wans = ordered_members(section);
+  const auto wans = ordered_members(section, kMaxWanConnections);
   const char* unit = jget_string(section, "unit", "");
   if (!wans || unit[0] == '\0') {
     return std::nullopt;

@@ -33,7 +33,7 @@ const char* state_word(const char* status) {
 
 bool peer_secure(const json_t* peers, int profile_id) {
   bool secure = false;
-  for (std::size_t i = 0; i < json_array_size(peers); ++i) {
+  for (std::size_t i = 0; i < json_array_size(peers) && i < kMaxVpnPeers; ++i) {
     const json_t* peer = json_array_get(peers, i);
     const json_t* flag = json_object_get(peer, "secure");
     if (jget_int(peer, "profileId", -1) == profile_id && flag != nullptr && json_is_true(flag)) {
@@ -48,7 +48,8 @@ bool peer_secure(const json_t* peers, int profile_id) {
 std::optional<VpnStatusList> vpn_status_collect() {
   const ApiResultPtr result = api_read("status.korvpn");
   const auto profiles =
-      result ? ordered_members(json_object_get(result->response, "profile")) : std::nullopt;
+      result ? ordered_members(json_object_get(result->response, "profile"), kMaxVpnProfiles)
+             : std::nullopt;
   if (!profiles) {
     return std::nullopt;
   }

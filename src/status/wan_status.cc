@@ -103,7 +103,8 @@ std::optional<WanStatusList> wan_status_collect(std::optional<int> id) {
   const std::string path =
       id ? format_text(kPathCapacity, "status.wan.connection?id=%d", *id) : "status.wan.connection";
   const ApiResultPtr result = api_read(path);
-  const auto connections = result ? ordered_members(result->response) : std::nullopt;
+  const auto connections =
+      result ? ordered_members(result->response, kMaxWanConnections) : std::nullopt;
   if (!connections) {
     return std::nullopt;
   }

@@ -32,7 +32,7 @@ std::optional<std::vector<std::string>> wifi_ssid_list() {
     return std::nullopt;
   }
   std::vector<std::string> names;
-  for (int i = 0; i < networks->count; ++i) {
+  for (int i = 0; i < networks->count && i < kMaxSsids; ++i) {
     const int n = networks->nums[i];
     const char* status = get_taglist_default_ex(config.get(), "", "WLAN%d_ADMIN_STATUS", n);
     const char* ssid = get_taglist_default_ex(config.get(), "", "WLAN%d_SSID", n);

@@ -19,7 +19,11 @@ enum class WifiApState : int {
 
 /// Whether the router has an access point and whether it is on.
 [[nodiscard]] WifiApState wifi_ap_support();
-/// The names of the enabled networks in WLAN_ORDER; nothing without configuration or order.
+/// The most networks of WLAN_ORDER looked at. An access point carries up to sixteen
+/// networks; 64 leaves room.
+constexpr int kMaxSsids = 64;
+/// The names of the enabled networks among the first kMaxSsids of WLAN_ORDER; nothing
+/// without configuration or order.
 [[nodiscard]] std::optional<std::vector<std::string>> wifi_ssid_list();
 /// "Wi-Fi AP:" with "ON" and the SSIDs, "OFF", or "Not support Wi-Fi AP".
 [[nodiscard]] std::optional<std::string> render_wifi_ap(const PanelLayout& layout);

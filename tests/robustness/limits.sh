@@ -151,6 +151,95 @@ PY
   esac
 fi
 
+# Port counts no unit has (the largest a 32-bit count holds, a million) and the largest one a
+# unit may have, given to every power menu, value row, port switch and the dump: each run stays
+# within 256 MiB and 20 s, a response within 1 MiB and the dump within its 1 MiB, and every
+# read-only device command runs once per run. A count past the bound reads as one port. Two
+# units with 40-character serials that share their first 31 get no status item, and the dump
+# asks each for its own status.
+long_a=$(printf 'L%.0s' {1..31})AAAAAAAAA long_b=$(printf 'L%.0s' {1..31})BBBBBBBBB
+cp -a "$root/sim/capwap" "$work/capwap.saved"
+reads='{"type":"valueRead","req":{"list":['
+for unit in local_pmu_status_%s_PMU1A2B3C4D5E6 ext_pmu_status_%s_EXT0000000001A; do
+  for row in port temp in_volt out_volt in_curr out_curr; do
+    # shellcheck disable=SC2059  # the row goes into the unit's format
+    reads+="{\"k\":\"$(printf "$unit" "$row")\"},"
+  done
+done
+for row in port temp volt curr; do reads+="{\"k\":\"pdu_status_${row}_PDU00000000001\"},"; done
+reads+='{"k":"pmu_port_ctrl_PMU1A2B3C4D5E6_1"},{"k":"pmu_port_ctrl_PDU00000000001_32"}]}}'
+printf '%s' "$reads" >"$work/power-read.json"
+printf '%s' '{"type":"valueWrite","req":{"list":[{"k":"pmu_port_ctrl_PDU00000000001_2","v":"ON"},{"k":"pmu_port_ctrl_PDU00000000001_32","v":"OFF"}]}}' >"$work/power-write.json"
+for menu in pmu_menu pdu_menu Home; do
+  printf '{"type":"menuReq","req":{"panel":{"font_pref":1,"font":[{"sz":1,"ln":4,"ch":21}]},"ref":"%s"}}' \
+    "$menu" >"$work/power-$menu.json"
+done
+# power_run NAME ARGS...: tavio under the limits; its output in $work/power.out, its device
+# commands in $work/power.log.
+power_run() {
+  local name=$1 status=0
+  shift
+  check_standins "$repo/sim/bin" || exit 1
+  : >"$work/power.log"
+  rm -f "$out"
+  (
+    [[ ${#emulator[@]} -gt 0 ]] || ulimit -v $((256 * 1024))
+    TAVIO_STANDIN_LOG=$work/power.log timeout 20 "${emulator[@]}" "$binary" "$@" \
+      >"$work/power.out" 2>"$work/stderr" </dev/null
+  ) || status=$?
+  cat "$work/power.log" >>"$TAVIO_STANDIN_LOG"
+  [[ $status -eq 0 ]] || fail "$name: exit status $status"
+  [[ $(stat -c %s "$work/power.out") -le $((1024 * 1024 + 64)) ]] || fail "$name: dump too large"
+  [[ ! -f $out || $(stat -c %s "$out") -le $((1024 * 1024)) ]] || fail "$name: response too large"
+  local repeated
+  repeated=$(grep -E '^capwap_cli (iotdevlist|iotdevinfo|iotstatus|extpower_status)' \
+    "$work/power.log" | sort | uniq -d)
+  [[ -z $repeated ]] || fail "$name: asked more than once: $repeated"
+}
+# expect NAME FILE PRESENT ABSENT: FILE holds PRESENT and not ABSENT (fixed texts; "" skips).
+expect() {
+  [[ -z $3 ]] || grep -qsF -- "$3" "$2" || fail "$1: no '$3'"
+  [[ -z $4 ]] || ! grep -qsF -- "$4" "$2" || fail "$1: '$4' is there"
+}
+for count in 2147483647 1000000 32; do
+  python3 - "$work/capwap.saved" "$root/sim/capwap" "$count" "$long_a" "$long_b" <<'PY'
+import json, pathlib, sys
+saved, live, count, long_a, long_b = sys.argv[1:]
+for path in pathlib.Path(saved).glob("iotdev*.json"):
+    document = json.loads(path.read_text())
+    for unit in document.get("list", [document]):
+        unit.get("devinfo", {}).get("attr", {})["port_num"] = count
+    if "list" in document:
+        for serial in (long_a, long_b):
+            document["list"].append({"prod": "RQ-PWRU", "sn": serial, "config": {},
+                                     "devinfo": {"serial_num": serial, "attr": {"port_num": "1"}}})
+    (pathlib.Path(live) / path.name).write_text(json.dumps(document))
+PY
+  # Read as one port past the bound: no port 2 anywhere; the largest count shows them all.
+  if [[ $count == 32 ]]; then
+    more=("Port 2 Status" "") last=("pmu_port_ctrl_PDU00000000001_32" "") dump_ports="port_num = 32"
+  else
+    more=("" "Port 2 Status") last=("" "pmu_port_ctrl_PDU00000000001_2") dump_ports="port_num = 1"
+  fi
+  for menu in pmu_menu Home pdu_menu; do
+    power_run "$menu, $count ports" -i "$work/power-$menu.json" -o "$out"
+    expect "$menu, $count ports" "$out" '"type":"menuReq"' "status_port_$long_a"
+  done
+  expect "pdu_menu, $count ports" "$out" "${last[@]}"
+  power_run "values, $count ports" -i "$work/power-read.json" -o "$out"
+  expect "values, $count ports" "$out" "${more[@]}"
+  power_run "port switch, $count ports" -i "$work/power-write.json" -o "$out"
+  expect "port switch, $count ports" "$out" '"status":"failed"' ""
+  for panel in 0 1; do
+    power_run "dump -x $panel, $count ports" -x "$panel" -d
+    expect "dump -x $panel, $count ports" "$work/power.out" "$dump_ports" "<dump cut"
+    expect "dump -x $panel, $count ports" "$work/power.log" "iotstatus $long_a" ""
+    expect "dump -x $panel, $count ports" "$work/power.log" "iotstatus $long_b" ""
+  done
+done
+rm -rf "$root/sim/capwap"
+mv "$work/capwap.saved" "$root/sim/capwap"
+
 if grep -qE '^(reboot|restoreconfig|saveconfig|activate)' "$TAVIO_STANDIN_LOG" 2>/dev/null; then
   fail "a machine-changing stand-in was called"
 fi

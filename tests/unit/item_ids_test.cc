@@ -1,6 +1,7 @@
 // Item identifiers: what a menu hands out, parsed back by the value-read and value-write
 // tables, must land on the same row with the same arguments; where the reading keeps less
-// than a menu wrote (long unit serials), the cut is the one the panel has always seen.
+// than a menu wrote (long unit serials), the cut is the one the panel has always seen, and a
+// unit's own menu hands out no identifier its serial does not come back from whole.
 #include "layout/item_ids.h"
 
 #include <gtest/gtest.h>
@@ -8,9 +9,11 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"
+#include "power/unit_menus.h"
 #include "tavio/json_ref.h"
 
 namespace tavio {
@@ -109,6 +112,83 @@ TEST(ItemIds, LongSerialsComeBackCutAsTheReadingKeepsThem) {
     ASSERT_TRUE(args);
     EXPECT_EQ(args->number, c.read.number);
     EXPECT_EQ(args->unit, c.read.unit);
+  }
+}
+
+// Every identifier in a menu tree ("id" and "k") that a value-read or value-write row reads.
+void collect_row_identifiers(const json_t* node, std::vector<std::string>* found) {
+  if (node == nullptr) {
+    return;
+  }
+  if (json_is_array(node)) {
+    for (std::size_t i = 0; i < json_array_size(node); ++i) {
+      collect_row_identifiers(json_array_get(node, i), found);
+    }
+    return;
+  }
+  for (const json_t* id :
+       {json_object_get(node, "id"), json_object_get(json_object_get(node, "c"), "k")}) {
+    const char* text = json_string_value(id);
+    if (text != nullptr && (value_read_key(text) != nullptr || value_write_key(text) != nullptr)) {
+      found->push_back(text);
+    }
+  }
+  collect_row_identifiers(json_object_get(node, "m"), found);
+}
+
+// A unit's own menu hands out a status or port-control identifier only when it reads back as
+// that unit whole: status rows keep 31 characters of a serial, port controls exactly 14.
+TEST(ItemIds, AUnitsMenuHandsOutOnlyIdentifiersThatNameItWhole) {
+  const struct {
+    std::string serial;
+    std::size_t status_items;  // per unit menu of an integrated PMU (a PDU has four)
+    bool port_controls;
+  } cases[] = {
+      {std::string(13, 'A'), 6, false},
+      {kSerial14, 6, true},
+      {std::string(15, 'A'), 6, false},
+      {std::string(31, 'A'), 6, false},
+      {std::string(32, 'A'), 0, false},
+      {kSerial14 + "_2", 6, false},  // would read back as port 2 of the 14-character unit
+      {"PMU1A2B3C4D5E\xff", 0, false},  // not UTF-8: would come back repaired, another unit
+  };
+  const PanelLayout layout;
+  for (const auto& c : cases) {
+    PowerUnit unit;
+    unit.serial = c.serial;
+    unit.details = UnitDetails{};
+    unit.details->serial = c.serial;
+    unit.details->ports = PortCount{2};
+    unit.config = UnitConfig{};
+    for (const PowerUnitType type :
+         {PowerUnitType::kIntegratedPmu, PowerUnitType::kExternalPmu, PowerUnitType::kPdu}) {
+      SCOPED_TRACE(c.serial + " type " + std::to_string(static_cast<int>(type)));
+      const JsonPtr menu = type == PowerUnitType::kPdu ? pdu_unit_menu(unit, layout)
+                                                       : pmu_unit_menu(type, unit, layout);
+      ASSERT_TRUE(menu);
+      std::vector<std::string> found;
+      collect_row_identifiers(menu.get(), &found);
+      std::size_t status_items = 0;
+      std::size_t port_keys = 0;
+      for (const std::string& id : found) {
+        const ItemKey* key = value_read_key(id.c_str());
+        ASSERT_NE(key, nullptr) << id;
+        const std::optional<ItemArgs> args = read_item_suffix(*key, id.c_str());
+        ASSERT_TRUE(args) << id;
+        EXPECT_EQ(args->unit, c.serial) << id;
+        if (key->suffix == ItemSuffix::kUnitSerial) {
+          ++status_items;
+        } else if (args->number >= 1) {
+          ++port_keys;
+          EXPECT_LE(args->number, 2) << id;
+        }
+      }
+      // Status entries come as id and key alike; a PDU has four rows instead of six.
+      const std::size_t rows =
+          type == PowerUnitType::kPdu ? c.status_items * 4 / 6 : c.status_items;
+      EXPECT_EQ(status_items, 2 * rows);
+      EXPECT_EQ(port_keys, c.port_controls ? 4u : 0u);  // id and key of ports 1 and 2
+    }
   }
 }
 

@@ -1,6 +1,7 @@
 // Parts of a unit's "Device Config" tree the example router's end-to-end menus do not reach:
-// every cron rule, missing and protected ports, and schedules that cannot be shown. Both sides
-// are compared as compact JSON with sorted keys.
+// every cron rule, missing and protected ports, and schedules that cannot be shown, each read
+// from a device list's JSON into the unit's record first. Both sides are compared as compact
+// JSON with sorted keys.
 #include "power/unit_config.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +36,15 @@ std::string text_item(const char* id, const char* title, const char* st) {
   return dump(item.get());
 }
 
-JsonPtr parse(const char* literal) { return json_own(json_loads(literal, 0, nullptr)); }
+// The record of the one unit of a device list whose element is unit (JSON).
+PowerUnit read_unit(const std::string& unit) {
+  const JsonPtr answer = json_own(json_loads(("{\"list\": [" + unit + "]}").c_str(), 0, nullptr));
+  const std::optional<PowerUnitList> list = power_unit_list_of(answer.get());
+  return list && list->items.size() == 1 ? list->items.front() : PowerUnit{};
+}
+UnitConfig read_config(const std::string& config) {
+  return read_unit(R"({"config": )" + config + "}").config.value_or(UnitConfig{});
+}
 
 PanelLayout grid(ThemeMode theme = ThemeMode::kDefault) {
   return make_panel_layout(theme, 1, 21, 4);
@@ -86,22 +95,28 @@ TEST(PortValues, OneLinePerUnprotectedPortMissingShownAsNa) {
       {2, {1, 2}, kStd, R"({"r1":"12","r2":"13"})", nullptr},
   };
   for (const auto& c : cases) {
-    const JsonPtr item = menu_item_port_values(parse(c.values).get(), c.ports, "v_SN1", "Max",
-                                               {"Max. Voltage", "", "r", "", " V"},
-                                               c.protected_ports, grid(c.theme));
-    EXPECT_EQ(dump(item.get()), c.st ? text_item("v_SN1", "Max", c.st) : "null") << c.values;
+    const UnitConfig config = read_config(std::string(R"({"over_v": )") + c.values + "}");
+    ASSERT_TRUE(config.max_voltage) << c.values;
+    const JsonPtr item =
+        menu_item_port_values(*config.max_voltage, c.ports, "v_SN1", "Max. Voltage", " V",
+                              c.protected_ports, grid(c.theme));
+    EXPECT_EQ(dump(item.get()), c.st ? text_item("v_SN1", "Max. Voltage", c.st) : "null")
+        << c.values;
   }
 }
 
-// One port's control; several are a submenu.
+// One port's control; several are a submenu. The serial has the 14 characters a port
+// control's identifier carries.
+const char* const kPdu = "PDU00000000001";
+
 std::string control(const char* id, const char* title, int port) {
-  const std::string key = "pmu_port_ctrl_SN1_" + std::to_string(port);
+  const std::string key = std::string("pmu_port_ctrl_") + kPdu + "_" + std::to_string(port);
   return std::string(R"({"id":")") + (id ? id : key.c_str()) + R"(","t":")" + title +
          R"(","c":{"ht":")" + title + R"(","a":"rw","k":")" + key + R"(","select":["OFF","ON"]}})";
 }
 
 TEST(PortControl, NoneOneOrSeveralAllowedPorts) {
-  const std::string several = R"({"id":"pmu_port_ctrl_SN1","t":"Port Control","m":[)" +
+  const std::string several = R"({"id":"pmu_port_ctrl_PDU00000000001","t":"Port Control","m":[)" +
                               control(nullptr, "Port 1 Control", 1) + "," +
                               control(nullptr, "Port 3 Control", 3) + "," + kSep + "]}";
   const struct {
@@ -110,12 +125,13 @@ TEST(PortControl, NoneOneOrSeveralAllowedPorts) {
     std::string expected;
   } cases[] = {
       {0, {}, "null"},
-      {2, protected_ports_of(parse(R"([1,"x",2])").get()), "null"},
-      {3, {1, 3}, control("pmu_port_ctrl_SN1", "Port Control", 2)},
+      {2, read_unit(R"({"devinfo": {"mgmt_port": [1, "x", 2]}})").details->management_ports,
+       "null"},
+      {3, {1, 3}, control("pmu_port_ctrl_PDU00000000001", "Port Control", 2)},
       {3, {2}, several},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(dump(pmu_port_control_menu(c.ports, "SN1", c.protected_ports, grid()).get()),
+    EXPECT_EQ(dump(pmu_port_control_menu(c.ports, kPdu, c.protected_ports, grid()).get()),
               doc(c.expected))
         << c.ports;
   }
@@ -123,18 +139,22 @@ TEST(PortControl, NoneOneOrSeveralAllowedPorts) {
 
 // Entries without a usable time or state are skipped; the numbers follow what is shown.
 TEST(Schedules, UnusableEntriesLeaveNoGapInNumbers) {
-  const JsonPtr schedules = parse(R"([{"cron": "60 0 * * * *", "state": {"r1": "1"}},
+  const UnitConfig config =
+      read_config(R"({"schedule": [{"cron": "60 0 * * * *", "state": {"r1": "1"}},
       {"cron": "0 0 * * * *"}, {"cron": "0 12 1 * * *", "state": {"r1": "0"}},
-      {"cron": "", "state": {}}])");
+      {"cron": "", "state": {}}]})");
+  ASSERT_TRUE(config.schedules);
   const std::string expected =
       R"({"id":"pmu_conf_sche_menu_SN1","t":"Schedules","m":[)" +
       text_item("pmu_conf_sche_SN1_1", "Schedule (1)",
                 "Port 1 Action:    OFF\nPort 2 Action:    N/A\n"
                 "Execution Time: 12:00\nFrequency:\n          Monthly - 1") +
       "," + kSep + "]}";
-  EXPECT_EQ(dump(pmu_schedule_menu(2, "SN1", schedules.get(), {}, grid()).get()), doc(expected));
-  const JsonPtr unusable = parse(R"([{"cron": "0 0 * * *", "state": {}}, {"state": {}}])");
-  EXPECT_EQ(dump(pmu_schedule_menu(1, "SN1", unusable.get(), {}, grid()).get()),
+  EXPECT_EQ(dump(pmu_schedule_menu(2, "SN1", *config.schedules, {}, grid()).get()), doc(expected));
+  const UnitConfig unusable =
+      read_config(R"({"schedule": [{"cron": "0 0 * * *", "state": {}}, {"state": {}}]})");
+  ASSERT_TRUE(unusable.schedules);
+  EXPECT_EQ(dump(pmu_schedule_menu(1, "SN1", *unusable.schedules, {}, grid()).get()),
             text_item("pmu_conf_sche_menu_SN1", "Schedules", "No Schedule Defined"));
 }
 
