@@ -149,7 +149,7 @@ TEST(ItemIds, AUnitsMenuHandsOutOnlyIdentifiersThatNameItWhole) {
       {std::string(15, 'A'), 6, false},
       {std::string(31, 'A'), 6, false},
       {std::string(32, 'A'), 0, false},
-      {kSerial14 + "_2", 6, false},  // would read back as port 2 of the 14-character unit
+      {kSerial14 + "_2", 6, false},     // would read back as port 2 of the 14-character unit
       {"PMU1A2B3C4D5E\xff", 0, false},  // not UTF-8: would come back repaired, another unit
   };
   const PanelLayout layout;
