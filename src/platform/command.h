@@ -33,6 +33,8 @@ struct Command {
 /// The time after tavio's start past which no further tool is started: a panel that asks
 /// every few seconds gets an answer, late or partial, rather than a run that never ends.
 constexpr std::chrono::seconds kExchangeBudget{20};
+/// True once the exchange's budget is spent: nothing further is asked of the router.
+[[nodiscard]] bool exchange_budget_spent();
 
 /// Starts the exchange's clock; call once, first thing in a run.
 void start_exchange_clock();
