@@ -254,19 +254,19 @@ void HttpReplyParser::on_status_line(std::string_view line) {
     fail();
     return;
   }
-  int status = 0;
+  int code = 0;
   for (std::size_t i = 9; i < 12; ++i) {
     if (line[i] < '0' || line[i] > '9') {
       fail();
       return;
     }
-    status = status * 10 + (line[i] - '0');
+    code = code * 10 + (line[i] - '0');
   }
-  if (status < 100 || status > 599) {
+  if (code < 100 || code > 599) {
     fail();
     return;
   }
-  status_ = status;
+  status_ = code;
   http11_ = line[7] != '0';
   close_ = chunked_ = has_length_ = false;
   length_ = 0;
