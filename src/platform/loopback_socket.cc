@@ -109,6 +109,10 @@ bool LoopbackSocket::send_all(std::string_view bytes, Deadline deadline) {
 
 LoopbackSocket::Received LoopbackSocket::receive(std::string& into, Deadline deadline) {
   char buffer[16384];
+  // The wait comes first: right after a request the reply is seldom there yet.
+  if (!wait_for(POLLIN, deadline)) {
+    return Received::kFailed;
+  }
   while (true) {
     const ssize_t got = ::recv(fd_, buffer, sizeof buffer, 0);
     if (got > 0) {

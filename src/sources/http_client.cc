@@ -10,40 +10,42 @@ namespace tavio {
 namespace {
 
 constexpr std::size_t kNoEnd = std::string_view::npos;
-constexpr char kHexDigits[] = "0123456789abcdef";
 
 bool is_space(char c) { return c == ' ' || c == '\t'; }
 
-// A byte that may appear in a field value: visible, blank, or beyond ASCII (obs-text).
-bool is_field_char(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte >= 0x20 ? byte != 0x7F : c == '\t';
-}
-
-// A byte of a token (a method, a field name): RFC 9110's tchar.
-bool is_token_char(char c) {
-  if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9')) {
-    return true;
-  }
-  for (const char* other = "!#$%&'*+-.^_`|~"; *other != '\0'; ++other) {
-    if (c == *other) {
-      return true;
+// What each byte may be, looked up in one step: every byte of every reply passes here.
+enum ByteClass : unsigned char { kFieldByte = 1, kTokenByte = 2 };
+struct ByteClasses {
+  unsigned char of[256] = {};
+  constexpr ByteClasses() {
+    for (int byte = 0; byte < 256; ++byte) {
+      // A field value's bytes: visible, blank, or beyond ASCII (obs-text).
+      if ((byte >= 0x20 && byte != 0x7F) || byte == '\t') {
+        of[byte] |= kFieldByte;
+      }
+      // A token's (a method, a field name): RFC 9110's tchar.
+      if ((byte >= 'a' && byte <= 'z') || (byte >= 'A' && byte <= 'Z') ||
+          (byte >= '0' && byte <= '9')) {
+        of[byte] |= kTokenByte;
+      }
+    }
+    for (const char* other = "!#$%&'*+-.^_`|~"; *other != '\0'; ++other) {
+      of[static_cast<unsigned char>(*other)] |= kTokenByte;
     }
   }
-  return false;
-}
+};
+constexpr ByteClasses kByteClasses;
 
-bool is_token(std::string_view text) {
-  if (text.empty()) {
-    return false;
-  }
+bool all_of_class(std::string_view text, ByteClass wanted) {
   for (const char c : text) {
-    if (!is_token_char(c)) {
+    if ((kByteClasses.of[static_cast<unsigned char>(c)] & wanted) == 0) {
       return false;
     }
   }
   return true;
 }
+
+bool is_token(std::string_view text) { return !text.empty() && all_of_class(text, kTokenByte); }
 
 char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
@@ -71,12 +73,11 @@ std::string_view trim(std::string_view text) {
 
 // The value of a hex digit; -1 for any other byte.
 int hex_value(char c) {
-  for (int value = 0; value < 16; ++value) {
-    if (lower(c) == kHexDigits[value]) {
-      return value;
-    }
+  if (c >= '0' && c <= '9') {
+    return c - '0';
   }
-  return -1;
+  const char letter = lower(c);
+  return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
 }
 
 }  // namespace
@@ -103,13 +104,8 @@ std::optional<std::string> http_request_text(const HttpRequest& request, int por
       continue;
     }
     const std::size_t colon = line.find(':');
-    if (colon == kNoEnd || !is_token(line.substr(0, colon))) {
+    if (colon == kNoEnd || !is_token(line.substr(0, colon)) || !all_of_class(line, kFieldByte)) {
       return std::nullopt;
-    }
-    for (const char c : line) {
-      if (!is_field_char(c)) {
-        return std::nullopt;
-      }
     }
     text.append(line).append("\r\n");
   }
@@ -180,7 +176,8 @@ bool HttpReplyParser::keeps_connection() const {
 }
 
 // Adds bytes to the line being read, up to bound bytes for the line with its end; a whole
-// line goes to on_line without its CR LF (or bare LF).
+// line goes to on_line without its CR LF (or bare LF). A line that lies whole in bytes is read
+// where it lies.
 std::size_t HttpReplyParser::take_line(std::string_view bytes, std::size_t bound) {
   const std::size_t end = bytes.find('\n');
   const std::size_t piece = end == kNoEnd ? bytes.size() : end + 1;
@@ -188,28 +185,31 @@ std::size_t HttpReplyParser::take_line(std::string_view bytes, std::size_t bound
     fail();
     return piece;
   }
-  line_.append(bytes.data(), end == kNoEnd ? piece : end);
   if (end == kNoEnd) {
+    line_.append(bytes);
     return piece;
+  }
+  std::string_view line = bytes.substr(0, end);
+  if (!line_.empty()) {
+    line_.append(line);
+    line = line_;
   }
   if (state_ == State::kStatusLine || state_ == State::kHeaderLine ||
       state_ == State::kTrailerLine) {
-    head_bytes_ += line_.size() + 1;
+    head_bytes_ += line.size() + 1;
   }
-  if (!line_.empty() && line_.back() == '\r') {
-    line_.pop_back();
+  if (!line.empty() && line.back() == '\r') {
+    line.remove_suffix(1);
   }
-  on_line(line_);
+  on_line(line);
   line_.clear();
   return piece;
 }
 
 void HttpReplyParser::on_line(std::string_view line) {
-  for (const char c : line) {
-    if (!is_field_char(c)) {  // a CR or NUL inside a line, or another control byte
-      fail();
-      return;
-    }
+  if (!all_of_class(line, kFieldByte)) {  // a CR or NUL inside a line, or another control byte
+    fail();
+    return;
   }
   switch (state_) {
     case State::kStatusLine:
