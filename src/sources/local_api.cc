@@ -77,9 +77,8 @@ Command fetch_command(const TempFile* input, const TempFile& header, const TempF
   return command;
 }
 
-// The reply document when it is JSON with a "response".
-JsonPtr reply_document(std::string_view text) {
-  JsonPtr root = json_own(json_loadb(text.data(), text.size(), 0, nullptr));
+// The reply document when it is JSON with a "response"; null otherwise.
+JsonPtr with_response(JsonPtr root) {
   return json_object_get(root.get(), "response") != nullptr ? std::move(root) : nullptr;
 }
 
@@ -100,7 +99,8 @@ JsonPtr fetch(std::string_view path, std::string_view query, const char* headers
               const char* body) {
   if (kApiOverHttp) {
     const std::optional<std::string> text = http_call(path, query, headers, body);
-    return text ? reply_document(*text) : nullptr;
+    return text ? with_response(json_own(json_loadb(text->data(), text->size(), 0, nullptr)))
+                : nullptr;
   }
   const TempFile* header = header_file_holding(headers);
   if (header == nullptr) {
@@ -118,8 +118,7 @@ JsonPtr fetch(std::string_view path, std::string_view query, const char* headers
   if (!run_command(fetch_command(input ? &*input : nullptr, *header, &output, path, query))) {
     return nullptr;
   }
-  JsonPtr root = output.load_json();
-  return json_object_get(root.get(), "response") != nullptr ? std::move(root) : nullptr;
+  return with_response(output.load_json());
 }
 
 ApiResultPtr result_of(JsonPtr root) {

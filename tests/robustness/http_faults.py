@@ -14,6 +14,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import threading
 import time
 
 REPO = os.path.normpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
@@ -77,17 +78,29 @@ class Scenario:
         in_file = os.path.join(self.dir, "request.json")
         with open(in_file, "w", encoding="utf-8") as handle:
             json.dump(request, handle)
-        self.started = time.monotonic()
-        return subprocess.Popen(self.emulator + [self.tavio, "-i", in_file, "-o", self.out],
-                                env=self.env, cwd=self.dir, stdin=subprocess.DEVNULL,
-                                stdout=subprocess.DEVNULL)
+        started = time.monotonic()
+        process = subprocess.Popen(self.emulator + [self.tavio, "-i", in_file, "-o", self.out],
+                                   env=self.env, cwd=self.dir, stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.DEVNULL)
+        # The end is noted when it comes, while other scenarios run meanwhile.
+        self.took = None
+        def note_end():
+            process.wait()
+            self.took = time.monotonic() - started
+        self.waiter = threading.Thread(target=note_end, daemon=True)
+        self.waiter.start()
+        return process
 
     def finish(self, process):
         """(answers, seconds taken) of the exchange started."""
-        process.wait(timeout=60)
-        took = time.monotonic() - self.started
+        self.waiter.join(timeout=60)
+        if self.took is None:
+            process.kill()
+            raise RuntimeError("%s: tavio did not end within 60 s" % self.name)
+        if process.returncode != 0:
+            raise RuntimeError("%s: exit status %d" % (self.name, process.returncode))
         with open(self.out, encoding="utf-8") as handle:
-            return json.load(handle)["resp"]["list"], took
+            return json.load(handle)["resp"]["list"], self.took
 
     def exchange(self, request):
         return self.finish(self.start(request))
