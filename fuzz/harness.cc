@@ -22,6 +22,7 @@
 #include "platform/reply_memo.h"
 #include "platform/router_paths.h"
 #include "platform/text_buffer.h"
+#include "sources/local_api.h"
 
 namespace fs = std::filesystem;
 
@@ -452,6 +453,7 @@ ServedReplies::ServedReplies(std::vector<std::string> replies, ReplyStatus statu
 }
 
 ServedReplies::~ServedReplies() {
+  tavio::api_end_run();  // the header file goes with the run's process
   check_no_temporary_file_left();
   tavio::forget_replies("");
   g_inside_run = false;

@@ -15,6 +15,12 @@ TAVIO_DEPENDENCIES = host-pkgconf jansson
 TAVIO_INSTALL_STAGING = YES
 # A firmware build: no tests, the off-router root prefix compiled out.
 TAVIO_CONF_OPTS = -DTAVIO_TESTS=OFF -DTAVIO_ROOT_OVERRIDE=OFF
+# The local API through wget_https, or over HTTP by tavio itself (BR2_PACKAGE_TAVIO_API_HTTP).
+ifeq ($(BR2_PACKAGE_TAVIO_API_HTTP),y)
+TAVIO_CONF_OPTS += -DTAVIO_API_TRANSPORT=http
+else
+TAVIO_CONF_OPTS += -DTAVIO_API_TRANSPORT=tool
+endif
 
 # The image needs only the program.
 define TAVIO_REMOVE_BUILD_FILES_FROM_TARGET

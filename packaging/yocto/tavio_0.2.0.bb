@@ -17,6 +17,10 @@ inherit cmake pkgconfig
 
 # A firmware build: no tests, the off-router root prefix compiled out.
 EXTRA_OECMAKE = "-DTAVIO_TESTS=OFF -DTAVIO_ROOT_OVERRIDE=OFF"
+# The local API through wget_https; with PACKAGECONFIG:append:pn-tavio = " http" tavio speaks
+# HTTP to it itself (the image's API server must speak plain HTTP on 127.0.0.1).
+PACKAGECONFIG ??= ""
+PACKAGECONFIG[http] = "-DTAVIO_API_TRANSPORT=http,-DTAVIO_API_TRANSPORT=tool"
 
 # The program in the image; the documents' schemas in a package of their own for the
 # display process's build (the manual page goes to ${PN}-doc as usual).

@@ -504,6 +504,8 @@ const CommandRunner* g_runner = &kSystemRunner;
 
 void start_exchange_clock() { g_exchange_started = Clock::now(); }
 
+bool exchange_budget_spent() { return budget_spent(); }
+
 std::optional<std::string> run_command(const Command& command) {
   if (budget_spent()) {
     return std::nullopt;

@@ -57,6 +57,8 @@ constexpr std::chrono::seconds kLongestWaitedDeadline{12};
 /// The longest an exchange can last: the last tool may start just before the budget ends.
 /// A temporary file younger than this may belong to a run that is still going.
 constexpr std::chrono::seconds kLongestExchange = kExchangeBudget + kLongestWaitedDeadline;
+/// True once the exchange's budget is spent: nothing further is asked of the router.
+[[nodiscard]] bool exchange_budget_spent();
 
 /// Starts the exchange's clock; call once, first thing in a run.
 void start_exchange_clock();

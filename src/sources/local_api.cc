@@ -14,6 +14,7 @@
 #include "platform/router_support.h"
 #include "platform/temp_file.h"
 #include "platform/text_buffer.h"
+#include "sources/http_client.h"
 
 namespace tavio {
 namespace {
@@ -27,12 +28,36 @@ constexpr int kFetchTimeoutSeconds = 10;
 /// tavio waits for the fetch tool its own time-out plus a margin to start and save the reply.
 constexpr std::chrono::seconds kFetchDeadline{kFetchTimeoutSeconds + 2};
 static_assert(kFetchDeadline <= kLongestWaitedDeadline, "an exchange would outlast its bound");
+/// Speaking HTTP itself, tavio gives a call the time-out the tool would have had.
+constexpr std::chrono::seconds kFetchTimeout{kFetchTimeoutSeconds};
 
 int g_cached_port = -1;
 
 // Headers and bodies are never empty: an empty text fails the call before anything runs.
 bool write_request_file(TempFile& file, const char* text) {
   return text != nullptr && text[0] != '\0' && file.write(text);
+}
+
+// The header file of the run's calls. It is written when a call needs other header lines than
+// it holds (reads and posts differ) and kept for the calls after it: most runs write it once.
+// It goes with the process, or with api_end_run.
+struct RunHeaderFile {
+  std::optional<TempFile> file;
+  const char* holds = nullptr;  // kDefaultHeaders or kJsonHeaders
+};
+RunHeaderFile g_header_file;
+
+const TempFile* header_file_holding(const char* headers) {
+  if (g_header_file.holds != headers || !g_header_file.file) {
+    g_header_file.holds = nullptr;
+    g_header_file.file.emplace(kApiHeaderFormat);
+    if (!write_request_file(*g_header_file.file, headers)) {
+      g_header_file.file.reset();
+      return nullptr;
+    }
+    g_header_file.holds = headers;
+  }
+  return &*g_header_file.file;
 }
 
 // "wget_https -T 10 [-f BODY] -e HEADERS [-O OUTPUT] URL"; the files left out are null.
@@ -52,11 +77,33 @@ Command fetch_command(const TempFile* input, const TempFile& header, const TempF
   return command;
 }
 
-// One call: the reply document when the tool succeeded and saved JSON with a "response".
+// The reply document when it is JSON with a "response"; null otherwise.
+JsonPtr with_response(JsonPtr root) {
+  return json_object_get(root.get(), "response") != nullptr ? std::move(root) : nullptr;
+}
+
+// The same call as the tool makes it, sent by tavio itself: the reply's body, or nothing.
+std::optional<std::string> http_call(std::string_view path, std::string_view query,
+                                     const char* headers, const char* body) {
+  if (body != nullptr && body[0] == '\0') {
+    return std::nullopt;  // as the tool's empty body file
+  }
+  const std::string target = std::string("/api/").append(path).append(query);
+  const HttpRequest request{body == nullptr ? "GET" : "POST", target, headers,
+                            body == nullptr ? "" : body};
+  return http_exchange(request, api_port(), kFetchTimeout, /*may_repeat=*/body == nullptr);
+}
+
+// One call: the reply document when the call succeeded with JSON that has a "response".
 JsonPtr fetch(std::string_view path, std::string_view query, const char* headers,
               const char* body) {
-  TempFile header(kApiHeaderFormat);
-  if (!write_request_file(header, headers)) {
+  if (kApiOverHttp) {
+    const std::optional<std::string> text = http_call(path, query, headers, body);
+    return text ? with_response(json_own(json_loadb(text->data(), text->size(), 0, nullptr)))
+                : nullptr;
+  }
+  const TempFile* header = header_file_holding(headers);
+  if (header == nullptr) {
     return nullptr;
   }
   std::optional<TempFile> input;
@@ -68,11 +115,10 @@ JsonPtr fetch(std::string_view path, std::string_view query, const char* headers
   }
   TempFile output(kApiResultFormat);
   output.clear_for_command();
-  if (!run_command(fetch_command(input ? &*input : nullptr, header, &output, path, query))) {
+  if (!run_command(fetch_command(input ? &*input : nullptr, *header, &output, path, query))) {
     return nullptr;
   }
-  JsonPtr root = output.load_json();
-  return json_object_get(root.get(), "response") != nullptr ? std::move(root) : nullptr;
+  return with_response(output.load_json());
 }
 
 ApiResultPtr result_of(JsonPtr root) {
@@ -120,13 +166,26 @@ ApiResultPtr api_post(std::string_view path, const char* body) {
 
 bool api_post_no_reply(std::string_view path, const char* body) {
   forget_replies(kFetchTool);
-  TempFile header(kApiHeaderFormat);
+  if (kApiOverHttp) {
+    if (body == nullptr || body[0] == '\0') {
+      return false;
+    }
+    static_cast<void>(http_call(path, "", kJsonHeaders, body));
+    return true;  // the reply, and so the outcome, is not looked at
+  }
+  const TempFile* header = header_file_holding(kJsonHeaders);
   TempFile input(kApiInputFormat);
-  if (!write_request_file(header, kJsonHeaders) || !write_request_file(input, body)) {
+  if (header == nullptr || !write_request_file(input, body)) {
     return false;
   }
-  static_cast<void>(run_command(fetch_command(&input, header, nullptr, path, "")));
+  static_cast<void>(run_command(fetch_command(&input, *header, nullptr, path, "")));
   return true;  // the reply, and so the outcome, is not looked at
+}
+
+void api_end_run() {
+  g_header_file.file.reset();
+  g_header_file.holds = nullptr;
+  http_close_connection();
 }
 
 }  // namespace tavio

@@ -1,5 +1,10 @@
-// The router's local web API, reached through the wget_https tool and temporary files named
-// after the process id, so that runs for several panels never share them.
+// The router's local web API at http://127.0.0.1:PORT/api. A build reaches it one of two ways
+// (CMake option TAVIO_API_TRANSPORT):
+// - tool (the default): through the router's wget_https tool and temporary files named after
+//   the process id, so that runs for several panels never share them;
+// - http: tavio sends the same requests itself, one after the other on one connection kept
+//   alive for the exchange (sources/http_client.h), and writes no file.
+// Both send the same requests and fail alike.
 #ifndef TAVIO_SOURCES_LOCAL_API_H
 #define TAVIO_SOURCES_LOCAL_API_H
 
@@ -11,6 +16,13 @@
 
 namespace tavio {
 
+/// Whether this build speaks HTTP to the API itself (TAVIO_API_TRANSPORT=http).
+#ifdef TAVIO_API_HTTP
+constexpr bool kApiOverHttp = true;
+#else
+constexpr bool kApiOverHttp = false;
+#endif
+
 /// The web service's port: "LOCAL_HTTP_PORT" of /etc/localhost_http_port, else 80. A valid
 /// port is read once per run.
 [[nodiscard]] int api_port();
@@ -18,13 +30,17 @@ namespace tavio {
 [[nodiscard]] std::string api_base_url(std::size_t capacity);
 /// Reads an API path; query follows it as the API spells it ("?id=2", "&infoType=cpuLoad",
 /// "?lite=no&id=3", "" for none). A read is fetched once per run and its reply reused.
-/// Nothing on any failure; no temporary file outlives the call.
+/// Nothing on any failure; no temporary file but the run's header file outlives the call.
 [[nodiscard]] ApiResultPtr api_read(std::string_view path, std::string_view query = "");
 /// Posts a JSON body to path and returns the reply; nothing on any failure.
 [[nodiscard]] ApiResultPtr api_post(std::string_view path, const char* body);
 /// Posts a JSON body to path and keeps no reply; true once the post was started, false when
-/// its files could not be written.
+/// its files could not be written or the body is empty.
 bool api_post_no_reply(std::string_view path, const char* body);
+/// Ends the run's use of the API as the end of the process does: the header file kept for the
+/// run's calls goes, and so does the connection. For harnesses that play several runs in one
+/// process.
+void api_end_run();
 
 }  // namespace tavio
 

@@ -36,6 +36,15 @@
 #
 # TAVIO_UPDATE_GOLDEN=1 writes what the run produced as the case's expectations instead of
 # comparing (review every changed file by hand before committing it).
+#
+# TAVIO_API_TRANSPORT=http (CTest sets it for a build with that transport): tavio speaks HTTP
+# to the local API itself, so the case's recorded replies are served by tests/e2e/replay_server.py
+# on a free port that replaces LOCAL_HTTP_PORT in the root's /etc/localhost_http_port. The
+# expectations are the same: the server logs each request as "http METHOD URL" with the port the
+# case's files name and the header and body lines the stand-in would have logged, and each
+# wget_https line of expected.log is read in that form (POST when it has -f). Calls to another
+# port (no port file: 80) reach no server and are left out of both. Goldens are written by a
+# build with the tool transport only.
 set -euo pipefail
 
 die() { echo "run_case: $*" >&2; exit 2; }
@@ -62,8 +71,17 @@ name=$(basename "$case_dir")
 [[ -f $case_dir/expected.stdout || -n ${TAVIO_UPDATE_GOLDEN:-} ]] ||
   die "$name: no expected.stdout"
 
+transport=${TAVIO_API_TRANSPORT:-tool}
+[[ $transport == @(tool|http) ]] || die "TAVIO_API_TRANSPORT must be tool or http"
+[[ $transport == tool || -z ${TAVIO_UPDATE_GOLDEN:-} ]] ||
+  die "goldens are written by a build with the tool transport"
+
 work=$(mktemp -d "${TMPDIR:-/tmp}/tavio-e2e.XXXXXX")
-cleanup() { rm -rf "$work"; }
+server_pid=
+cleanup() {
+  [[ -z $server_pid ]] || { kill "$server_pid" 2>/dev/null; wait "$server_pid" 2>/dev/null; }
+  rm -rf "$work"
+}
 trap cleanup EXIT
 # tavio refuses a root with other characters; the case would not test what it says.
 [[ $work =~ ^[A-Za-z0-9/._-]+$ ]] || die "temporary directory $work is not a usable root"
@@ -122,6 +140,27 @@ export PATH=$sim_bin:$PATH
 if ! check_standins "$sim_bin"; then
   echo "FAIL $name: the stand-ins of $sim_bin do not come first on PATH"
   exit 1
+fi
+
+# --- the local API over HTTP ------------------------------------------------------------
+logged_port=
+if [[ $transport == http ]]; then
+  port_file=$root/etc/localhost_http_port
+  # The port tavio would take from the file; none (then 80) leaves the file as it is.
+  if [[ -f $port_file ]]; then
+    logged_port=$(sed -n 's/^LOCAL_HTTP_PORT="\{0,1\}\([1-9][0-9]*\)"\{0,1\}$/\1/p' \
+      "$port_file" | tail -n 1)
+  fi
+  python3 -B "$repo/tests/e2e/replay_server.py" "$root" "$work/server.port" \
+    ${logged_port:+--logged-port "$logged_port"} </dev/null &
+  server_pid=$!
+  for _ in $(seq 100); do
+    [[ -s $work/server.port ]] && break
+    sleep 0.05
+  done
+  [[ -s $work/server.port ]] || die "$name: the replay server did not start"
+  [[ -z $logged_port ]] ||
+    sed -i "s/^LOCAL_HTTP_PORT=.*/LOCAL_HTTP_PORT=$(<"$work/server.port")/" "$port_file"
 fi
 
 # --- the clock and the uptime ----------------------------------------------------------
@@ -231,6 +270,20 @@ fi
 
 expected_log=/dev/null
 [[ -f $case_dir/expected.log ]] && expected_log=$case_dir/expected.log
+if [[ $transport == http ]]; then
+  # The tool's calls as the replay server logs the requests they stand for.
+  awk -v port="$logged_port" '
+    /^wget_https / {
+      method = "GET"
+      for (i = 2; i < NF; i++) if ($i == "-f") method = "POST"
+      skip = port == "" || index($NF, "http://127.0.0.1:" port "/") != 1
+      if (!skip) print "http " method " " $NF
+      next
+    }
+    /^  / { if (!skip) print; next }
+    { skip = 0; print }' "$expected_log" >"$work/expected.log"
+  expected_log=$work/expected.log
+fi
 if ! cmp -s "$expected_log" "$log_file"; then
   fail "stand-in command log differs (--- expected, +++ actual):"
   diff -u "$expected_log" "$log_file" | tail -n +3 || true

@@ -63,7 +63,10 @@ expect "OpenWrt DEPENDS" "$(field depends <<<"$info")" "+libjansson"
 expect "OpenWrt PKG_LICENSE" "$(field license <<<"$info")" "MIT"
 expect "OpenWrt PKG_LICENSE_FILES" "$(field license_files <<<"$info")" "LICENSE"
 expect "OpenWrt CMAKE_OPTIONS" "$(field cmake_options <<<"$info")" \
-  "-DTAVIO_TESTS=OFF -DTAVIO_ROOT_OVERRIDE=OFF -DTAVIO_STATIC=ON -DTAVIO_SHARED_JANSSON=ON"
+  "-DTAVIO_TESTS=OFF -DTAVIO_ROOT_OVERRIDE=OFF -DTAVIO_STATIC=ON -DTAVIO_SHARED_JANSSON=ON -DTAVIO_API_TRANSPORT=tool"
+expect "OpenWrt CMAKE_OPTIONS with TAVIO_API_HTTP" \
+  "$("${openwrt[@]}" info CONFIG_TAVIO_API_HTTP=y | field cmake_options)" \
+  "-DTAVIO_TESTS=OFF -DTAVIO_ROOT_OVERRIDE=OFF -DTAVIO_STATIC=ON -DTAVIO_SHARED_JANSSON=ON -DTAVIO_API_TRANSPORT=http"
 "${openwrt[@]}" install PKG_INSTALL_DIR="$stage" STUB_PACKAGE_DIR="$work/ipkg" >/dev/null ||
   die "OpenWrt Package/tavio/install failed on the staged install"
 expect "OpenWrt package files" "$(files_under "$work/ipkg")" "usr/bin/tavio"
@@ -87,7 +90,10 @@ expect "Buildroot TAVIO_DEPENDENCIES" "$(field dependencies <<<"$info")" "host-p
 expect "Buildroot TAVIO_LICENSE" "$(field license <<<"$info")" "MIT"
 expect "Buildroot TAVIO_LICENSE_FILES" "$(field license_files <<<"$info")" "LICENSE"
 expect "Buildroot TAVIO_CONF_OPTS" "$(field conf_opts <<<"$info")" \
-  "-DTAVIO_TESTS=OFF -DTAVIO_ROOT_OVERRIDE=OFF"
+  "-DTAVIO_TESTS=OFF -DTAVIO_ROOT_OVERRIDE=OFF -DTAVIO_API_TRANSPORT=tool"
+expect "Buildroot TAVIO_CONF_OPTS with BR2_PACKAGE_TAVIO_API_HTTP" \
+  "$("${buildroot[@]}" tavio-info BR2_PACKAGE_TAVIO_API_HTTP=y | field conf_opts)" \
+  "-DTAVIO_TESTS=OFF -DTAVIO_ROOT_OVERRIDE=OFF -DTAVIO_API_TRANSPORT=http"
 expect "Buildroot TAVIO_INSTALL_STAGING" "$(field install_staging <<<"$info")" "YES"
 cp -a "$stage" "$work/target"
 "${buildroot[@]}" tavio-install-target TARGET_DIR="$work/target" >/dev/null ||
@@ -119,6 +125,10 @@ if not re.search(r"^inherit cmake pkgconfig$", text, re.M):
     fail("does not inherit cmake pkgconfig")
 if values.get("EXTRA_OECMAKE") != "-DTAVIO_TESTS=OFF -DTAVIO_ROOT_OVERRIDE=OFF":
     fail("EXTRA_OECMAKE is not the firmware options")
+if (values.get("PACKAGECONFIG") != ""
+        or values.get("PACKAGECONFIG[http]")
+        != "-DTAVIO_API_TRANSPORT=http,-DTAVIO_API_TRANSPORT=tool"):
+    fail("the http transport is not a PACKAGECONFIG, off by default")
 if "${PV}" not in values.get("SRC_URI", ""):
     fail("SRC_URI does not name the version")
 dirs = {"${bindir}": "usr/bin", "${datadir}": "usr/share", "${mandir}": "usr/share/man"}
@@ -169,8 +179,14 @@ set_all(BR2_INSTALL_LIBSTDCPP=2, BR2_TOOLCHAIN_GCC_AT_LEAST_7=2, BR2_USE_MMU=2,
 if tavio.tri_value != 2 or jansson.tri_value != 2:
     sys.exit("check_recipes: Buildroot Config.in: tavio cannot be chosen, or does not "
              "select jansson")
+http = kconf.syms["BR2_PACKAGE_TAVIO_API_HTTP"]
+if http.tri_value != 0:
+    sys.exit("check_recipes: Buildroot Config.in: the http transport is on by default")
+set_all(BR2_PACKAGE_TAVIO_API_HTTP=2)
+if http.tri_value != 2:
+    sys.exit("check_recipes: Buildroot Config.in: the http transport cannot be chosen")
 set_all(BR2_INSTALL_LIBSTDCPP=0)
-if tavio.tri_value != 0:
+if tavio.tri_value != 0 or http.tri_value != 0:
     sys.exit("check_recipes: Buildroot Config.in: tavio can be chosen without C++")
 PY
 

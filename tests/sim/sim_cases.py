@@ -10,6 +10,11 @@ tools/check-standins before every run) and compares what the panel would show: t
 (and write statuses) of the responses, the ids of a menu. After every case: no harmless
 stand-in (reboot, restoreconfig, saveconfig, activate) ran, no temporary file of tavio's is
 left, and the simulator is stopped again. The emulator may also come from TAVIO_EMULATOR.
+
+With TAVIO_API_TRANSPORT=http (CTest sets it for a build with that transport) tavio speaks HTTP
+to the simulator itself, over the port the simulator wrote into the root; the cases expect the
+same, but for the slow reply: tavio's own client waits the API's whole 10-second time-out, which
+SIM_WGET_TIMEOUT cannot shorten, so the reply held back 6 s is waited for and shown.
 """
 
 import json
@@ -33,6 +38,7 @@ ROUTERSIM = os.path.join(REPO, "sim", "simulator", "routersim.py")
 SCENARIO = os.path.join(REPO, "tests", "sim", "scenario.json")
 HARMLESS = ("reboot", "restoreconfig", "saveconfig", "activate")
 QUICK_TIMEOUT = "1"  # SIM_WGET_TIMEOUT of the slow-reply case; the reply takes 6 s
+OVER_HTTP = os.environ.get("TAVIO_API_TRANSPORT") == "http"
 
 # What the panel shows, 21 characters a line.
 CPU_7 = "CPU Load:          7%"
@@ -84,7 +90,8 @@ CASES = {
         write([("reboot", "Yes", "Yes", "ok")]), event('reboot {"enable":true}')],
     "slow-reply": [
         ctl("fault", "slow", "on"),
-        read({"cpuload": "", "wan_status_1": WAN1_UP, "remote_assist": "On"})],
+        read({"cpuload": CPU_7 if OVER_HTTP else "", "wan_status_1": WAN1_UP,
+              "remote_assist": "On"})],
     "malformed-json": [ctl("fault", "malformed", "on"), read(NO_API)],
     "no-response": [ctl("fault", "no_response", "on"), read(NO_API)],
     "http-500": [
@@ -261,8 +268,9 @@ def main(argv):
         started = True
         for step in CASES[name]:
             run.step(*step)
-            if name == "slow-reply" and step[0] == "read" and run.elapsed >= 5:
-                run.fail("the slow reply was waited for (%.1f s)" % run.elapsed)
+            if name == "slow-reply" and step[0] == "read" and (run.elapsed >= 5) != OVER_HTTP:
+                run.fail("the slow reply was %swaited for (%.1f s)"
+                         % ("not " if OVER_HTTP else "", run.elapsed))
         run.after()
     except (RuntimeError, OSError, ValueError, KeyError, subprocess.SubprocessError) as error:
         run.fail(str(error))

@@ -11,7 +11,13 @@
  *   capwap_cli   standard output read through a pipe (and discarded here), the rest inherited;
  *   any other    (wget_https) standard input, output and error on /dev/null.
  * Each run is waited for before the next starts; their exit statuses do not matter.
- * Exit status 0 when every run was started, 1 when one could not be, 2 for a bad RUNS_FILE.
+ *
+ * A vector "=http REQUEST" is no tool run but one request of a build that speaks HTTP to the
+ * local API itself, as it sent it: REQUEST goes on one connection to 127.0.0.1:$BENCH_API_PORT
+ * kept open from one request to the next (opened again only when a reply ends it), and its
+ * reply is read whole before anything else happens.
+ * Exit status 0 when every run was started and every request answered, 1 when one could not
+ * be, 2 for a bad RUNS_FILE.
  */
 #define _GNU_SOURCE /* pipe2 */
 
@@ -25,7 +31,35 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "../bench_standins/http_reply.h"
+
 extern char** environ;
+
+/* Sends REQUEST on the kept connection (opened first when there is none) and reads the reply;
+ * 0 once answered. */
+static int http_request(const char* request) {
+  static int connection = -1;
+  if (connection < 0) {
+    const char* port = getenv("BENCH_API_PORT");
+    connection = connect_loopback(port != NULL ? atoi(port) : 0);
+    if (connection < 0) {
+      fputs("run_tools: cannot connect to the API (BENCH_API_PORT)\n", stderr);
+      return -1;
+    }
+  }
+  struct text body = {0};
+  text_add(&body, "", 0);
+  int status = 0, keep = 0;
+  const int answered = send_all(connection, request, strlen(request)) == 0 &&
+                       read_http_reply(connection, &body, &status, &keep) == 0;
+  free(body.data);
+  if (!answered || !keep) {
+    close(connection);
+    connection = -1;
+  }
+  if (!answered) fputs("run_tools: a request was not answered\n", stderr);
+  return answered ? 0 : -1;
+}
 
 /* The whole file, NUL-terminated, or NULL. */
 static char* read_file(const char* path, size_t* size) {
@@ -110,7 +144,9 @@ int main(int argc, char** argv) {
       vector[word] = data + at;
       at += strlen(data + at) + 1;
     }
-    if (run_tool(vector, dev_null) != 0) return 1;
+    const int http = strcmp(vector[0], "=http") == 0;
+    if (http && count != 2) return 2;
+    if ((http ? http_request(vector[1]) : run_tool(vector, dev_null)) != 0) return 1;
     free(vector);
   }
   return 0;

@@ -1,10 +1,11 @@
-/* Times one pair: an exchange, then its limit, each from its start to its end.
+/* Times one pair: an exchange, then its limit, each from its start to its end; and, when a
+ * third command follows, that one after them (the same exchange by another build).
  *
- *   time_pair EXCHANGE_COMMAND... -- LIMIT_COMMAND...
+ *   time_pair EXCHANGE_COMMAND... -- LIMIT_COMMAND... [-- OTHER_COMMAND...]
  *
  * Both commands (absolute paths, not looked up) start with standard input, output and error on
- * /dev/null and must exit with status 0. Prints one line: the exchange's wall time, the
- * limit's wall time, the exchange's processor time and the limit's, in seconds. Processor
+ * /dev/null and must exit with status 0. Prints one line: the wall time of each command, then
+ * the processor time of each, in seconds. Processor
  * time is user plus system time of the command and of every process it waited for (wait4),
  * so it counts the tools too; unlike wall time it hardly changes when other work shares the
  * machine. Exit status 0, 1 when a command failed, 2 for a bad command line. The caller takes
@@ -53,27 +54,43 @@ static int timed_run(char** argv, const posix_spawn_file_actions_t* actions, dou
 }
 
 int main(int argc, char** argv) {
-  int split = 1;
-  while (split < argc && strcmp(argv[split], "--") != 0) ++split;
-  if (split == 1 || split + 1 >= argc) {
-    fputs("usage: time_pair EXCHANGE_COMMAND... -- LIMIT_COMMAND...\n", stderr);
+  enum { kMostCommands = 3 };
+  char** commands[kMostCommands + 1];
+  int count = 0;
+  commands[count++] = argv + 1;
+  for (int at = 1; at < argc && count <= kMostCommands; ++at) {
+    if (strcmp(argv[at], "--") == 0) {
+      argv[at] = NULL;
+      commands[count++] = argv + at + 1;
+    }
+  }
+  int usable = count >= 2 && count <= kMostCommands;
+  for (int command = 0; usable && command < count; ++command) {
+    usable = commands[command][0] != NULL;
+  }
+  if (!usable) {
+    fputs("usage: time_pair EXCHANGE_COMMAND... -- LIMIT_COMMAND... [-- OTHER_COMMAND...]\n",
+          stderr);
     return 2;
   }
-  argv[split] = NULL;
 
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
     posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", O_RDWR, 0);
   }
-  double wall[2], processor[2];
-  const int exchange = timed_run(argv + 1, &actions, &wall[0], &processor[0]);
-  const int limit = timed_run(argv + split + 1, &actions, &wall[1], &processor[1]);
-  posix_spawn_file_actions_destroy(&actions);
-  if (exchange != 0 || limit != 0) {
-    fprintf(stderr, "time_pair: the %s failed\n", exchange != 0 ? "exchange" : "limit");
-    return 1;
+  double wall[kMostCommands], processor[kMostCommands];
+  for (int command = 0; command < count; ++command) {
+    if (timed_run(commands[command], &actions, &wall[command], &processor[command]) != 0) {
+      posix_spawn_file_actions_destroy(&actions);
+      fprintf(stderr, "time_pair: command %d (%s) failed\n", command + 1, commands[command][0]);
+      return 1;
+    }
   }
-  printf("%.6f %.6f %.6f %.6f\n", wall[0], wall[1], processor[0], processor[1]);
+  posix_spawn_file_actions_destroy(&actions);
+  for (int command = 0; command < count; ++command) printf("%.6f ", wall[command]);
+  for (int command = 0; command < count; ++command) {
+    printf("%.6f%s", processor[command], command + 1 < count ? " " : "\n");
+  }
   return 0;
 }

@@ -1,0 +1,90 @@
+// The reply parser of the HTTP client, fed what a server might send: the whole input is the
+// bytes of the connection, the server closing its side after them.
+//
+// The first byte sets the sizes of the pieces the rest arrives in (1 to 256 bytes), as a
+// connection hands them out. The replies are read one after another, as long as each ends and
+// bytes are left (pipelined), each once in those pieces and once whole: both must agree on
+// whether it is done, failed or wants more, and on a reply that is done, on everything (how
+// far it went, its status, body and whether the connection is kept); a body never outgrows the
+// reply bound, and a reply that is done has a final status.
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "platform/text_buffer.h"
+#include "sources/http_client.h"
+
+namespace {
+
+using tavio::HttpReplyParser;
+
+struct Outcome {
+  std::size_t used = 0;
+  HttpReplyParser::Progress progress = HttpReplyParser::Progress::kMore;
+  int status = 0;
+  std::string body;
+  bool keeps = false;
+};
+
+[[noreturn]] void finding(const char* what) {
+  std::fprintf(stderr, "fuzz_http_reply: %s\n", what);
+  std::abort();
+}
+
+// Reads one reply from bytes in pieces of piece bytes; the stream ends after them.
+Outcome read_reply(std::string_view bytes, std::size_t piece) {
+  HttpReplyParser parser;
+  Outcome outcome;
+  while (outcome.used < bytes.size() && parser.progress() == HttpReplyParser::Progress::kMore) {
+    const std::string_view next = bytes.substr(outcome.used, piece);
+    const std::size_t taken = parser.feed(next);
+    if (taken > next.size()) {
+      finding("the parser took more bytes than it was given");
+    }
+    outcome.used += taken;
+    if (taken < next.size() && parser.progress() == HttpReplyParser::Progress::kMore) {
+      finding("the parser left bytes untaken before the reply's end");
+    }
+  }
+  if (outcome.used == bytes.size()) {
+    parser.end_of_stream();
+  }
+  outcome.progress = parser.progress();
+  outcome.status = parser.status();
+  outcome.body = parser.body();
+  outcome.keeps = parser.keeps_connection();
+  if (outcome.body.size() > tavio::kMaxReplyBytes) {
+    finding("a body past the reply bound");
+  }
+  if (outcome.progress == HttpReplyParser::Progress::kDone &&
+      (outcome.status < 200 || outcome.status > 599)) {
+    finding("a reply done without a final status");
+  }
+  return outcome;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) {
+    return 0;
+  }
+  const std::size_t piece = std::size_t{data[0]} + 1;
+  std::string_view rest(reinterpret_cast<const char*>(data + 1), size - 1);
+  while (true) {
+    const Outcome in_pieces = read_reply(rest, piece);
+    const Outcome whole = read_reply(rest, rest.size() + 1);
+    const bool done = whole.progress == HttpReplyParser::Progress::kDone;
+    if (in_pieces.progress != whole.progress ||
+        (done && (in_pieces.used != whole.used || in_pieces.status != whole.status ||
+                  in_pieces.body != whole.body || in_pieces.keeps != whole.keeps))) {
+      finding("the reply read in pieces differs from the reply read whole");
+    }
+    if (!done || whole.used == rest.size() || whole.used == 0) {
+      return 0;
+    }
+    rest.remove_prefix(whole.used);
+  }
+}

@@ -1,0 +1,144 @@
+#include "platform/loopback_socket.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdint>
+
+namespace tavio {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int kHighestPort = 65535;
+
+int milliseconds_until(Deadline deadline) {
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
+  // Rounded up, so a wait never ends just before the deadline and spins once more.
+  return left.count() <= 0 ? 0 : static_cast<int>(std::min<long long>(left.count() + 1, 60000));
+}
+
+}  // namespace
+
+Deadline deadline_after(std::chrono::milliseconds wait) { return Clock::now() + wait; }
+
+bool deadline_passed(Deadline deadline) { return Clock::now() >= deadline; }
+
+std::optional<LoopbackSocket> LoopbackSocket::connect(int port, Deadline deadline) {
+  if (port <= 0 || port > kHighestPort) {
+    return std::nullopt;
+  }
+  const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  if (fd < 0) {
+    return std::nullopt;
+  }
+  LoopbackSocket socket(fd);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+    return socket;
+  }
+  if (errno != EINPROGRESS && errno != EINTR) {
+    return std::nullopt;
+  }
+  // The connection completes in the background; its outcome is the socket's pending error.
+  int error = 0;
+  socklen_t size = sizeof error;
+  if (!socket.wait_for(POLLOUT, deadline) ||
+      ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0) {
+    return std::nullopt;
+  }
+  return socket;
+}
+
+LoopbackSocket& LoopbackSocket::operator=(LoopbackSocket&& other) noexcept {
+  if (this != &other) {
+    if (fd_ >= 0) {
+      ::close(fd_);
+    }
+    fd_ = other.fd_;
+    other.fd_ = -1;
+  }
+  return *this;
+}
+
+LoopbackSocket::~LoopbackSocket() {
+  if (fd_ >= 0) {
+    ::close(fd_);
+  }
+}
+
+bool LoopbackSocket::wait_for(short events, Deadline deadline) const {
+  while (true) {
+    pollfd watched{fd_, events, 0};
+    const int ready = ::poll(&watched, 1, milliseconds_until(deadline));
+    if (ready > 0) {
+      return true;  // the event, or an error or hang-up that the next call reports
+    }
+    if (ready == 0 || errno != EINTR || deadline_passed(deadline)) {
+      return false;
+    }
+  }
+}
+
+bool LoopbackSocket::send_all(std::string_view bytes, Deadline deadline) {
+  while (!bytes.empty()) {
+    // MSG_NOSIGNAL: a peer that went away fails the call instead of raising SIGPIPE.
+    const ssize_t sent = ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
+    if (sent > 0) {
+      bytes.remove_prefix(static_cast<std::size_t>(sent));
+    } else if (sent < 0 && errno == EINTR) {
+      continue;
+    } else if (sent < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
+      if (!wait_for(POLLOUT, deadline)) {
+        return false;
+      }
+    } else {
+      return false;
+    }
+  }
+  return true;
+}
+
+LoopbackSocket::Received LoopbackSocket::receive(std::string& into, Deadline deadline) {
+  char buffer[16384];
+  // The wait comes first: right after a request the reply is seldom there yet.
+  if (!wait_for(POLLIN, deadline)) {
+    return Received::kFailed;
+  }
+  while (true) {
+    const ssize_t got = ::recv(fd_, buffer, sizeof buffer, 0);
+    if (got > 0) {
+      into.append(buffer, static_cast<std::size_t>(got));
+      return Received::kData;
+    }
+    if (got == 0) {
+      return Received::kClosed;
+    }
+    if (errno == EINTR) {
+      continue;
+    }
+    if ((errno != EAGAIN && errno != EWOULDBLOCK) || !wait_for(POLLIN, deadline)) {
+      return Received::kFailed;
+    }
+  }
+}
+
+bool LoopbackSocket::idle() const {
+  pollfd watched{fd_, POLLIN, 0};
+  int ready;
+  do {
+    ready = ::poll(&watched, 1, 0);
+  } while (ready < 0 && errno == EINTR);
+  // Readable means an end of stream, a reset or bytes nobody asked for.
+  return ready == 0;
+}
+
+}  // namespace tavio

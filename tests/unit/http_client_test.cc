@@ -1,0 +1,241 @@
+// The framing of the HTTP client: the request text, and the reply parser fed the server's
+// bytes split at every point and one at a time. The connection itself (reuse, reconnection,
+// deadlines, a post never sent twice) is held by the end-to-end cases of the http build and
+// by tests/robustness/http_faults.py.
+#include "sources/http_client.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/text_buffer.h"
+
+namespace tavio {
+namespace {
+
+using Progress = HttpReplyParser::Progress;
+
+TEST(HttpRequestText, FramesTheToolsRequestOrRefuses) {
+  const char* const kHeaders = "WEB-ADMIN-ACCESS-MODE: RW\nContent-Type: application/json\n";
+  const struct {
+    HttpRequest request;
+    const char* text;  // null: refused
+  } cases[] = {
+      {{"GET", "/api/status.system.info&infoType=cpuLoad", "WEB-ADMIN-ACCESS-MODE: RW\n", ""},
+       "GET /api/status.system.info&infoType=cpuLoad HTTP/1.1\r\nHost: 127.0.0.1:8080\r\n"
+       "WEB-ADMIN-ACCESS-MODE: RW\r\n\r\n"},
+      {{"POST", "/api/system.action", kHeaders, "{\"a\":1}"},
+       "POST /api/system.action HTTP/1.1\r\nHost: 127.0.0.1:8080\r\n"
+       "WEB-ADMIN-ACCESS-MODE: RW\r\nContent-Type: application/json\r\n"
+       "Content-Length: 7\r\n\r\n{\"a\":1}"},
+      {{"GET", "/api/x?id=1", "A: 1\n\nB: 2", ""},  // blank lines dropped, last line unended
+       "GET /api/x?id=1 HTTP/1.1\r\nHost: 127.0.0.1:8080\r\nA: 1\r\nB: 2\r\n\r\n"},
+      {{"GET", "/api/a b", "", ""}, nullptr},
+      {{"GET", "/api/a\r\nX: 1", "", ""}, nullptr},
+      {{"GET", "api/x", "", ""}, nullptr},
+      {{"GET", "/api/x", "no colon\n", ""}, nullptr},
+      {{"GET", "/api/x", "A: 1\rB: 2\n", ""}, nullptr},
+      {{"GET", "/api/x", ": empty name\n", ""}, nullptr},
+      {{"G T", "/api/x", "", ""}, nullptr},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.request.target));
+    const std::optional<std::string> text = http_request_text(c.request, 8080);
+    if (c.text == nullptr) {
+      EXPECT_FALSE(text);
+    } else {
+      EXPECT_EQ(text.value_or("(refused)"), c.text);
+    }
+  }
+}
+
+struct ReplyCase {
+  const char* name;
+  std::string bytes;   // everything the server sends
+  bool server_closes;  // and then it closes its side
+  Progress progress;   // what the parser makes of it
+  int status;          // when done
+  std::string body;    // when done
+  bool keeps;          // when done: the connection may carry the next request
+};
+
+const std::string kOk = "HTTP/1.1 200 OK\r\n";
+const std::string kChunked = kOk + "Transfer-Encoding: chunked\r\n\r\n";
+
+std::vector<ReplyCase> reply_cases() {
+  const std::string long_field = "X-Filler: " + std::string(kMaxReplyHeadBytes, 'a') + "\r\n";
+  // A head of exactly the bound: the status line, a filler field and the empty line.
+  const std::string filler(kMaxReplyHeadBytes - kOk.size() - 10 - 2 - 2, 'b');
+  return {
+      {"length", kOk + "Content-Length: 5\r\n\r\nhello", false, Progress::kDone, 200, "hello",
+       true},
+      {"length, bare line feeds", "HTTP/1.1 200 OK\nContent-length: 2\n\nok", false,
+       Progress::kDone, 200, "ok", true},
+      {"no reason phrase", "HTTP/1.1 200\r\nContent-Length: 0\r\n\r\n", false, Progress::kDone, 200,
+       "", true},
+      {"chunked, extension, trailer",
+       kChunked + "5\r\nhello\r\n6;name=value\r\n world\r\n0\r\nX-Sum: 1\r\n\r\n", false,
+       Progress::kDone, 200, "hello world", true},
+      {"chunked, upper-case size", kChunked + "A\r\n0123456789\r\n0\r\n\r\n", false,
+       Progress::kDone, 200, "0123456789", true},
+      {"chunked beside a length: chunks count, connection not kept",
+       kOk + "Content-Length: 99\r\nTransfer-Encoding: Chunked\r\n\r\n2\r\nok\r\n0\r\n\r\n", false,
+       Progress::kDone, 200, "ok", false},
+      {"Connection: close", kOk + "Connection: keep-alive, Close\r\nContent-Length: 2\r\n\r\nok",
+       false, Progress::kDone, 200, "ok", false},
+      {"HTTP/1.0 with a length",
+       "HTTP/1.0 200 OK\r\nConnection: keep-alive\r\n"
+       "Content-Length: 2\r\n\r\nok",
+       false, Progress::kDone, 200, "ok", false},
+      {"HTTP/1.0 body to the close", "HTTP/1.0 200 OK\r\n\r\n{\"a\":1}", true, Progress::kDone, 200,
+       "{\"a\":1}", false},
+      {"body to the close, not closed yet", "HTTP/1.0 200 OK\r\n\r\n{\"a\":1}", false,
+       Progress::kMore, 0, "", false},
+      {"interim replies skipped",
+       "HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 102 Processing\r\n"
+       "X: 1\r\n\r\n" +
+           kOk + "Content-Length: 2\r\n\r\nok",
+       false, Progress::kDone, 200, "ok", true},
+      {"no content", "HTTP/1.1 204 No Content\r\nContent-Length: 7\r\n\r\n", false, Progress::kDone,
+       204, "", true},
+      {"a failure status is read whole", "HTTP/1.1 500 Oops\r\nContent-Length: 2\r\n\r\n{}", false,
+       Progress::kDone, 500, "{}", true},
+      {"same length twice", kOk + "Content-Length: 2\r\ncontent-length: 2\r\n\r\nok", false,
+       Progress::kDone, 200, "ok", true},
+      {"head of exactly the bound", kOk + "X-Filler: " + filler + "\r\n\r\n", true, Progress::kDone,
+       200, "", false},
+      // Failures.
+      {"closed before anything", "", true, Progress::kFailed, 0, "", false},
+      {"body cut short", kOk + "Content-Length: 10\r\n\r\nhello", true, Progress::kFailed, 0, "",
+       false},
+      {"head cut short", kOk + "Content-Le", true, Progress::kFailed, 0, "", false},
+      {"chunks cut short", kChunked + "5\r\nhel", true, Progress::kFailed, 0, "", false},
+      {"no last chunk", kChunked + "2\r\nok\r\n", true, Progress::kFailed, 0, "", false},
+      {"garbage", "<html>busy</html>\r\n\r\n", false, Progress::kFailed, 0, "", false},
+      {"HTTP/2", "HTTP/2 200 OK\r\n\r\n", false, Progress::kFailed, 0, "", false},
+      {"two-digit status", "HTTP/1.1 20 OK\r\n\r\n", false, Progress::kFailed, 0, "", false},
+      {"no space after status", "HTTP/1.1 200OK\r\n\r\n", false, Progress::kFailed, 0, "", false},
+      {"status out of range", "HTTP/1.1 999 X\r\n\r\n", false, Progress::kFailed, 0, "", false},
+      {"switching protocols", "HTTP/1.1 101 Switching\r\n\r\n", false, Progress::kFailed, 0, "",
+       false},
+      {"head over the bound", kOk + long_field + "\r\n", false, Progress::kFailed, 0, "", false},
+      {"head one over the bound", kOk + "X-Filler: " + filler + "b\r\n\r\n", true,
+       Progress::kFailed, 0, "", false},
+      {"folded field", kOk + "X: a\r\n b\r\nContent-Length: 0\r\n\r\n", false, Progress::kFailed, 0,
+       "", false},
+      {"field without a colon", kOk + "Content-Length 2\r\n\r\nok", false, Progress::kFailed, 0, "",
+       false},
+      {"carriage return inside a field", kOk + "X: a\rb\r\nContent-Length: 0\r\n\r\n", false,
+       Progress::kFailed, 0, "", false},
+      {"NUL inside a field", kOk + std::string("X: a\0b\r\n\r\n", 10), false, Progress::kFailed, 0,
+       "", false},
+      {"two lengths", kOk + "Content-Length: 2\r\nContent-Length: 3\r\n\r\nok", false,
+       Progress::kFailed, 0, "", false},
+      {"length not a number", kOk + "Content-Length: 2x\r\n\r\nok", false, Progress::kFailed, 0, "",
+       false},
+      {"negative length", kOk + "Content-Length: -1\r\n\r\n", false, Progress::kFailed, 0, "",
+       false},
+      {"length past the bound", kOk + "Content-Length: 1048577\r\n\r\n", false, Progress::kFailed,
+       0, "", false},
+      {"length that overflows", kOk + "Content-Length: 99999999999999999999999\r\n\r\n", false,
+       Progress::kFailed, 0, "", false},
+      {"a coding not asked for", kOk + "Transfer-Encoding: gzip, chunked\r\n\r\n", false,
+       Progress::kFailed, 0, "", false},
+      {"chunked twice", kOk + "Transfer-Encoding: chunked\r\nTransfer-Encoding: chunked\r\n\r\n",
+       false, Progress::kFailed, 0, "", false},
+      {"chunk size not hex", kChunked + "zz\r\n", false, Progress::kFailed, 0, "", false},
+      {"chunk size empty", kChunked + "\r\n", false, Progress::kFailed, 0, "", false},
+      {"chunk size negative", kChunked + "-1\r\n", false, Progress::kFailed, 0, "", false},
+      {"chunk size then junk", kChunked + "5 x\r\nhello\r\n0\r\n\r\n", false, Progress::kFailed, 0,
+       "", false},
+      {"chunk size past the bound", kChunked + "100001\r\n", false, Progress::kFailed, 0, "",
+       false},
+      {"chunk size that overflows", kChunked + "ffffffffffffffffffff1\r\n", false,
+       Progress::kFailed, 0, "", false},
+      {"chunk longer than its size", kChunked + "3\r\nhello\r\n0\r\n\r\n", false, Progress::kFailed,
+       0, "", false},
+      {"chunk-size line over its bound",
+       kChunked + "1;" + std::string(kMaxChunkLineBytes, 'e') + "\r\nx\r\n0\r\n\r\n", false,
+       Progress::kFailed, 0, "", false},
+      {"folded trailer", kChunked + "0\r\n x\r\n\r\n", false, Progress::kFailed, 0, "", false},
+  };
+}
+
+// Feeds the pieces in order and the end of the stream when the server closes; every byte must
+// be taken (one reply, nothing after it).
+void expect_parsed(const ReplyCase& c, const std::vector<std::string_view>& pieces) {
+  HttpReplyParser parser;
+  std::size_t taken = 0;
+  for (const std::string_view piece : pieces) {
+    taken += parser.feed(piece);
+  }
+  if (c.server_closes) {
+    parser.end_of_stream();
+  }
+  ASSERT_EQ(parser.progress(), c.progress);
+  if (c.progress == Progress::kDone) {
+    EXPECT_EQ(taken, c.bytes.size());
+    EXPECT_EQ(parser.status(), c.status);
+    EXPECT_EQ(parser.body(), c.body);
+    EXPECT_EQ(parser.keeps_connection(), c.keeps);
+  }
+}
+
+TEST(HttpReplyParser, SplitAtEveryPointAndByteByByte) {
+  for (const ReplyCase& c : reply_cases()) {
+    SCOPED_TRACE(c.name);
+    const std::string_view bytes = c.bytes;
+    // Every point of a short reply; a long one at a stride.
+    const std::size_t step = bytes.size() <= 512 ? 1 : bytes.size() / 257;
+    for (std::size_t at = 0; at <= bytes.size(); at += step) {
+      SCOPED_TRACE("split at " + std::to_string(at));
+      expect_parsed(c, {bytes.substr(0, at), bytes.substr(at)});
+    }
+    std::vector<std::string_view> single_bytes;
+    for (std::size_t at = 0; at < bytes.size(); ++at) {
+      single_bytes.push_back(bytes.substr(at, 1));
+    }
+    SCOPED_TRACE("byte by byte");
+    expect_parsed(c, single_bytes);
+  }
+}
+
+// A reply stops where it ends: what follows in the same bytes is left for the next one.
+TEST(HttpReplyParser, StopsAtTheEndOfEachPipelinedReply) {
+  const std::string first = kOk + "Content-Length: 2\r\n\r\nok";
+  const std::string second = kChunked + "3\r\nyes\r\n0\r\n\r\n";
+  const std::string both = first + second + "HTTP/1.1";
+  HttpReplyParser one;
+  ASSERT_EQ(one.feed(both), first.size());
+  EXPECT_EQ(one.body(), "ok");
+  HttpReplyParser two;
+  ASSERT_EQ(two.feed(std::string_view(both).substr(first.size())), second.size());
+  EXPECT_EQ(two.body(), "yes");
+  EXPECT_TRUE(two.keeps_connection());
+}
+
+// The body's bound is the tool's reply bound: whole at exactly kMaxReplyBytes, failed one past
+// it, framed by a length or by chunks.
+TEST(HttpReplyParser, BodyBoundIsTheReplyBound) {
+  const std::string most(kMaxReplyBytes, 'x');
+  HttpReplyParser by_length;
+  by_length.feed(kOk + "Content-Length: " + std::to_string(kMaxReplyBytes) + "\r\n\r\n" + most);
+  EXPECT_EQ(by_length.progress(), Progress::kDone);
+  EXPECT_EQ(by_length.body().size(), kMaxReplyBytes);
+
+  const std::string half(kMaxReplyBytes / 2, 'x');
+  const std::string half_size = "80000\r\n";  // kMaxReplyBytes / 2 in hex
+  for (const char* last : {"0\r\n\r\n", "1\r\nx\r\n0\r\n\r\n"}) {
+    SCOPED_TRACE(last);
+    HttpReplyParser chunked;
+    chunked.feed(kChunked + half_size + half + "\r\n" + half_size + half + "\r\n" + last);
+    EXPECT_EQ(chunked.progress(), last[0] == '0' ? Progress::kDone : Progress::kFailed);
+  }
+  HttpReplyParser to_close;
+  to_close.feed("HTTP/1.0 200 OK\r\n\r\n" + most + "x");
+  EXPECT_EQ(to_close.progress(), Progress::kFailed);
+}
+
+}  // namespace
+}  // namespace tavio
