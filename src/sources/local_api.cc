@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "platform/command.h"
+#include "platform/json_get.h"
 #include "platform/numbers.h"
 #include "platform/os.h"
 #include "platform/reply_memo.h"
@@ -99,8 +100,7 @@ JsonPtr fetch(std::string_view path, std::string_view query, const char* headers
               const char* body) {
   if (kApiOverHttp) {
     const std::optional<std::string> text = http_call(path, query, headers, body);
-    return text ? with_response(json_own(json_loadb(text->data(), text->size(), 0, nullptr)))
-                : nullptr;
+    return text ? with_response(json_load_reply(*text)) : nullptr;
   }
   const TempFile* header = header_file_holding(headers);
   if (header == nullptr) {
