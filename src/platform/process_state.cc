@@ -38,10 +38,14 @@ int last_signal() { return NSIG - 1; }
 }  // namespace
 
 void settle_process_state() {
-  // A disposition set to be ignored is the only one exec hands on (caught ones go back to
-  // the default by themselves), so this puts back what the caller may have ignored.
+  // An ignored disposition is the only one exec hands on (caught ones go back to the default
+  // by themselves), so putting back what the caller ignored leaves every one at its default.
+  // Handlers that are already there belong to whatever runs tavio in its own process (a test
+  // harness) and stay.
   for (int signal_number = 1; signal_number <= last_signal(); ++signal_number) {
-    if (signal_number != SIGKILL && signal_number != SIGSTOP) {
+    struct sigaction current {};
+    if (signal_number != SIGKILL && signal_number != SIGSTOP &&
+        ::sigaction(signal_number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
       set_disposition(signal_number, SIG_DFL);
     }
   }

@@ -10,10 +10,10 @@
 
 namespace tavio {
 
-/// Puts every signal's disposition back to its default, empties the signal mask, then
-/// ignores SIGPIPE (a reader that goes away must not kill a run mid-write) and handles
-/// SIGTERM, SIGINT and SIGHUP: the tool being waited for is killed and a half-written file
-/// removed before tavio ends as the signal asks. Call once, first thing in a run.
+/// Puts every signal the caller left ignored back to its default disposition, empties the
+/// signal mask, then ignores SIGPIPE (a reader that goes away must not kill a run mid-write) and
+/// handles SIGTERM, SIGINT and SIGHUP: the tool being waited for is killed and a half-written
+/// file removed before tavio ends as the signal asks. Call once, first thing in a run.
 void settle_process_state();
 
 /// In a child about to exec a tool: the state a program gets when started by a fresh shell,
