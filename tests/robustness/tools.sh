@@ -13,6 +13,8 @@ set -euo pipefail
 binary=$1
 shift
 emulator=("$@")
+# The emulator by its full path: some cases run tavio with a PATH of their own folders only.
+[[ ${#emulator[@]} -eq 0 ]] || emulator[0]=$(command -v "${emulator[0]}")
 repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 top=$(mktemp -d "${TMPDIR:-/tmp}/tavio-tools.XXXXXX")
 trap 'rm -rf "$top"' EXIT
@@ -155,9 +157,9 @@ started = time.monotonic()
 pid = os.fork()
 if pid == 0:
     os.dup2(os.open(os.devnull, os.O_RDONLY), 0)
-    os.dup2(os.open(sys.argv[3] + "/stdout", os.O_WRONLY | os.O_CREAT | os.O_TRUNC), 1)
-    os.execvp(sys.argv[2], sys.argv[2:3] + ["-i", sys.argv[3] + "/request.json",
-                                            "-o", sys.argv[3] + "/response.json"])
+    os.dup2(os.open(sys.argv[2] + "/stdout", os.O_WRONLY | os.O_CREAT | os.O_TRUNC), 1)
+    os.execvp(sys.argv[3], sys.argv[3:] + ["-i", sys.argv[2] + "/request.json",
+                                           "-o", sys.argv[2] + "/response.json"])
 while True:
     try:
         os.waitpid(pid, 0)
@@ -166,7 +168,7 @@ while True:
             time.sleep(0.01)
     break
 print(int(time.monotonic() - started))
-' "$state" "$binary" "$top/caller-$state")" 0 3
+' "$state" "$top/caller-$state" "${emulator[@]}" "$binary")" 0 3
   cmp -s "$top/caller-$state/response.json" "$top/caller-blocked/response.json" ||
     fail "caller-$state: answered otherwise than with SIGCHLD blocked"
   grep -q '"v":""' "$top/caller-$state/response.json" &&
@@ -260,7 +262,7 @@ for signal in TERM KILL; do
     -o "$top/killed-$signal/response.json" >/dev/null 2>&1 </dev/null &
   runner=$!
   for _ in $(seq 100); do
-    [[ $(wc -l <"$top/killed-$signal/root/pids" 2>/dev/null) -ge 2 ]] && break
+    [[ -f $top/killed-$signal/root/pids && $(wc -l <"$top/killed-$signal/root/pids") -ge 2 ]] && break
     sleep 0.05
   done
   # The oldest process of that command line is tavio (its watch is a copy made later).
