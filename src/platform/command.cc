@@ -104,11 +104,18 @@ bool runnable_file(const std::string& path) {
          ::access(path.c_str(), X_OK) == 0;
 }
 
-// The file a shell would run for name, looked up once per run: name itself when it holds a
+// The file a shell would run for name, looked up once per run and PATH: name itself when it holds a
 // '/', else the first PATH entry holding an executable regular file (an empty entry is the
 // current folder). "" when there is none.
 const std::string& program_file(const std::string& name) {
+  static std::string searched;  // the PATH the files below were found through
   static std::vector<std::pair<std::string, std::string>> found;
+  const char* path = std::getenv("PATH");
+  const std::string_view entries = path != nullptr ? path : kDefaultSearchPath;
+  if (entries != searched) {  // only a harness that runs tavio in its own process changes it
+    searched = entries;
+    found.clear();
+  }
   for (const auto& known : found) {
     if (known.first == name) {
       return known.second;
@@ -118,8 +125,6 @@ const std::string& program_file(const std::string& name) {
   if (name.find('/') != std::string::npos) {
     file = name;
   } else if (!name.empty()) {
-    const char* path = std::getenv("PATH");
-    const std::string_view entries = path != nullptr ? path : kDefaultSearchPath;
     std::size_t start = 0;
     while (start <= entries.size()) {
       const std::size_t colon = std::min(entries.find(':', start), entries.size());
