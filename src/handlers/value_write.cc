@@ -23,7 +23,9 @@ namespace tavio {
 namespace {
 
 constexpr char kRebootingMessage[] = "System rebooting...";
-constexpr std::size_t kReloadCommandCapacity = 64;
+// The router keeps its panel_reload line, "(capwap_cli panel_reload SERIAL)&", in a 64-byte
+// buffer: 63 characters, 27 of them the command around the serial.
+constexpr std::size_t kReloadSerialLimit = 63 - 27;
 
 /// One answered item, built up as its action runs.
 class Answer {
@@ -202,7 +204,7 @@ const ItemKey* value_write_key(const char* identifier) {
 }
 
 bool panel_reload(const std::string& serial) {
-  if (!outside_argument_fits(kReloadCommandCapacity, "(capwap_cli panel_reload %s)&", serial)) {
+  if (!outside_argument_fits(serial, kReloadSerialLimit)) {
     return false;
   }
   // An empty serial is no argument at all.

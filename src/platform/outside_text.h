@@ -13,14 +13,12 @@
 
 namespace tavio {
 
-/// Whether an outside text may reach a tool as one argument of a command whose line, as the
-/// router's fixed command buffer of capacity holds it, is line_format with the text in place of
-/// its one "%s". Refused: a text that begins with "-" (a tool would take it for an option), and
-/// one that would make the line longer than capacity - 1 characters; such a command runs
-/// nothing, never a cut line. The buffer holds a text that is not a plain word (letters,
-/// digits and "-_.:@+,%=") in single quotes, a quote inside as four characters.
-[[nodiscard]] bool outside_argument_fits(std::size_t capacity, std::string_view line_format,
-                                         std::string_view text);
+/// Whether an outside text may reach a tool as one argument with room for limit characters.
+/// Refused: a text that begins with "-" (a tool would take it for an option), and one longer
+/// than its room (the router's fixed command buffer would have cut it); such a command runs
+/// nothing, never a cut one. Each caller names its argument's room and says where it comes
+/// from.
+[[nodiscard]] bool outside_argument_fits(std::string_view text, std::size_t limit);
 /// The panel's taglist file of format ("%s" the serial); nothing when the serial cannot name
 /// a file or the file does not load.
 [[nodiscard]] TaglistPtr load_panel_taglist(const char* format, const char* serial);

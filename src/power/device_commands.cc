@@ -18,13 +18,22 @@ constexpr char kDeviceTool[] = "capwap_cli";
 static_assert(kDeviceToolDeadline <= kLongestWaitedDeadline, "an exchange would outlast its bound");
 constexpr std::size_t kUnreachableCapacity = 128;
 
-// The router's device interface takes one command line of at most 511 characters, which also
-// names a run-directory file for the answer; a unit serial that would not fit it whole
+// The router's device interface takes one command line of at most 511 characters: the tool,
+// its verb and arguments with a blank between each, then " > " and the name of the
+// run-directory file that takes the answer. A unit serial that would not fit the line whole
 // reaches no unit.
-bool unit_serial_fits(const char* line_format, const char* answer_file, const std::string& serial) {
-  std::string line = line_format;
-  line.append(format_text(kPathCapacity, answer_file, process_id()));
-  return outside_argument_fits(kLongTextCapacity, line, serial);
+constexpr std::size_t kDeviceLineChars = 511;
+// The characters each command takes besides the serial and the file's name:
+constexpr std::size_t kInfoChars = 25;    // "capwap_cli iotdevinfo " and " > "
+constexpr std::size_t kStatusChars = 24;  // "capwap_cli iotstatus " and " > "
+// "capwap_cli iotdevport_set ", the blank and quote before the state, and "\"> " after it.
+constexpr std::size_t kPortSetChars = 31;
+
+// Whether a unit serial fits a command of `taken` other characters whose answer goes to
+// answer_file ("%d" the process id, in a name buffer of kPathCapacity).
+bool unit_serial_fits(const std::string& serial, std::size_t taken, const char* answer_file) {
+  const std::size_t file = format_text(kPathCapacity, answer_file, process_id()).size();
+  return outside_argument_fits(serial, kDeviceLineChars - taken - file);
 }
 
 // Runs the device tool; its answer as JSON, or null.
@@ -64,8 +73,8 @@ std::optional<PowerUnitList> power_unit_list_collect() {
 }
 
 int unit_port_count(const std::string& serial) {
-  if (serial.empty() || !unit_serial_fits("capwap_cli iotdevinfo %s > ",
-                                          "/var/run/dorva/tavio/pmu_info_%d.json", serial)) {
+  if (serial.empty() ||
+      !unit_serial_fits(serial, kInfoChars, "/var/run/dorva/tavio/pmu_info_%d.json")) {
     return kUnknownPortCount;
   }
   const std::optional<PortCount> count =
@@ -74,8 +83,8 @@ int unit_port_count(const std::string& serial) {
 }
 
 std::optional<UnitReport> unit_report_collect(const std::string& serial) {
-  if (serial.empty() || !unit_serial_fits("capwap_cli iotstatus %s > ",
-                                          "/var/run/dorva/tavio/pmu_status_%d.json", serial)) {
+  if (serial.empty() ||
+      !unit_serial_fits(serial, kStatusChars, "/var/run/dorva/tavio/pmu_status_%d.json")) {
     return std::nullopt;
   }
   return unit_report_of(device_answer({"iotstatus", serial}).get());
@@ -90,8 +99,8 @@ std::optional<std::string> devcmd_port_set(const std::string& serial, int port, 
     return std::nullopt;
   }
   const std::string state = format_text(kTextCapacity, "%d:%s", port, on ? "on" : "off");
-  const std::string line = "capwap_cli iotdevport_set %s \"" + state + "\"> ";
-  if (!unit_serial_fits(line.c_str(), "/var/run/dorva/tavio/pmu_iotdevport_set_%d.json", serial)) {
+  if (!unit_serial_fits(serial, kPortSetChars + state.size(),
+                        "/var/run/dorva/tavio/pmu_iotdevport_set_%d.json")) {
     return std::nullopt;
   }
   // The switch changes the unit's status report and nothing else: its port count and the
