@@ -16,7 +16,7 @@ struct ApiResult {
   json_t* response = nullptr;  ///< root's "response", borrowed from root
 };
 
-/// An owned API result; releasing it is api_result_free.
+/// An owned API result.
 using ApiResultPtr = std::unique_ptr<ApiResult>;
 
 }  // namespace tavio

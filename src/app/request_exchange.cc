@@ -88,32 +88,30 @@ JsonPtr dispatch_request(const json_t* request, const Exchange& exchange) {
   return nullptr;
 }
 
-int run_request_file(const char* input_path, const char* output_path, const Exchange& exchange) {
+void run_request_file(const char* input_path, const char* output_path, const Exchange& exchange) {
   const JsonPtr request = load_request(input_path);
   if (!request) {
     std::printf("Error: Input file \"%s\" is not a valid JSON file!\n", input_path);
-    return 0;
+    return;
   }
   JsonPtr response = dispatch_request(request.get(), exchange);
   if (!response) {
     std::puts("Error: Cannot create valid output JSON!");
-    return 0;
+    return;
   }
   const bool written = write_response(response.get(), output_path);
   report_written(written, output_path);
   keep_until_exit(std::move(response));
-  return written ? 1 : 0;
 }
 
-int run_menu_update(const char* output_path, const Exchange& exchange, const char* text) {
+void run_menu_update(const char* output_path, const Exchange& exchange, const char* text) {
   JsonPtr document = build_menu_update(exchange, text);
   if (!document) {
     std::puts("Error: Cannot create valid output JSON!");
-    return 0;
+    return;
   }
   report_written(write_response(document.get(), output_path), output_path);
   keep_until_exit(std::move(document));
-  return 1;
 }
 
 }  // namespace tavio

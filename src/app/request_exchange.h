@@ -9,12 +9,13 @@
 
 namespace tavio {
 
-/// Answers the request in input_path with a compact document in output_path; 1 on success.
-int run_request_file(const char* input_path, const char* output_path, const Exchange& exchange);
+/// Answers the request in input_path with a compact document in output_path and says on
+/// standard output how that went.
+void run_request_file(const char* input_path, const char* output_path, const Exchange& exchange);
 /// The response document for a loaded request, chosen by its "type"; null when there is none.
 [[nodiscard]] JsonPtr dispatch_request(const json_t* request, const Exchange& exchange);
-/// Writes a menu-update document to output_path; 1 once it tried to write, 0 with nothing.
-int run_menu_update(const char* output_path, const Exchange& exchange, const char* text);
+/// Writes a menu-update document to output_path and says on standard output how that went.
+void run_menu_update(const char* output_path, const Exchange& exchange, const char* text);
 
 }  // namespace tavio
 

@@ -1,6 +1,6 @@
 // A power unit's status values as the panel shows them: port states, voltages, currents and
-// temperature, rendered from the unit's status report (unit_report_collect) read afresh for
-// every run.
+// temperature, rendered from the unit's status report (unit_report_collect). The report is
+// asked of the device once in a run and kept; a port switch makes only it stale.
 #ifndef TAVIO_POWER_UNIT_STATUS_H
 #define TAVIO_POWER_UNIT_STATUS_H
 

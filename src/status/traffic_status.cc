@@ -14,8 +14,9 @@ constexpr std::size_t kFigureCapacity = 64;
 
 enum class Figure { kDownload, kUpload, kBothWays };
 
-// The traffic section ("bandwidth": current rates, "traffic": data transferred) of every WAN
-// that reports its overall figures; nothing when the API fails or names no unit.
+// The traffic section ("bandwidth": current rates, "traffic": data transferred): the overall
+// figures of each WAN of its order that has them; nothing when the API fails or the section
+// has no order or names no unit.
 std::optional<TrafficList> traffic_collect(const char* section_name) {
   const ApiResultPtr result = api_read("status.traffic");
   const json_t* section = result ? json_object_get(result->response, section_name) : nullptr;
@@ -37,8 +38,9 @@ std::optional<TrafficList> traffic_collect(const char* section_name) {
   return list;
 }
 
-// The router's counters are 32 bits wide and wrap: the panel shows the sum as those counters
-// hold it, and a figure that wrapped negative as the unsigned number it stands for.
+// The router's counters are signed 32-bit numbers that wrap, and a sum wraps as they do. A
+// figure that went negative is shown as the 64-bit unsigned number of the same value (-1
+// reads 18446744073709551615), as the display has always shown it.
 std::string figure_text(std::int32_t value, const std::string& unit) {
   return format_text(kFigureCapacity, "%llu%s",
                      static_cast<unsigned long long>(static_cast<long long>(value)), unit.c_str());
