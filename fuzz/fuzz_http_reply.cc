@@ -13,8 +13,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/text_buffer.h"
 #include "sources/http_client.h"
+#include "text/text_buffer.h"
 
 namespace {
 

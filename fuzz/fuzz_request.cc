@@ -41,10 +41,10 @@
 #include "harness.h"
 #include "panel/display_prefs.h"
 #include "panel/sign_in.h"
-#include "platform/json_text.h"
-#include "platform/text_buffer.h"
+#include "protocol/json_text.h"
 #include "tavio/exchange.h"
 #include "tavio/json_ref.h"
+#include "text/text_buffer.h"
 
 namespace {
 

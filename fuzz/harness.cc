@@ -19,10 +19,10 @@
 
 #include "platform/command.h"
 #include "platform/os.h"
-#include "platform/reply_memo.h"
 #include "platform/router_paths.h"
-#include "platform/text_buffer.h"
 #include "sources/local_api.h"
+#include "sources/reply_memo.h"
+#include "text/text_buffer.h"
 
 namespace fs = std::filesystem;
 

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "platform/numbers.h"
-#include "platform/text_buffer.h"
 #include "tavio/panel_state.h"
+#include "text/numbers.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

@@ -11,10 +11,10 @@
 #include "handlers/menu_request.h"
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"
-#include "platform/json_get.h"
-#include "platform/json_text.h"
 #include "platform/os.h"
-#include "platform/text_buffer.h"
+#include "protocol/json_get.h"
+#include "protocol/json_text.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

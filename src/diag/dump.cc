@@ -12,9 +12,8 @@
 #include "menus/main_menu.h"
 #include "panel/display_prefs.h"
 #include "platform/router_support.h"
-#include "platform/text_buffer.h"
-#include "power/device_commands.h"
 #include "power/external_power.h"
+#include "power/unit_commands.h"
 #include "power/unit_status.h"
 #include "settings/port_media.h"
 #include "settings/remote_assist.h"
@@ -25,6 +24,7 @@
 #include "status/vpn_status.h"
 #include "status/wan_status.h"
 #include "status/wifi_status.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

@@ -3,14 +3,14 @@
 #include <cstdio>
 #include <cstring>
 
-#include "layout/item_ids.h"
-#include "layout/menu_items.h"
 #include "menus/main_menu.h"
 #include "menus/sign_in_menu.h"
 #include "panel/display_prefs.h"
-#include "platform/json_get.h"
 #include "power/external_power.h"
 #include "power/unit_menus.h"
+#include "protocol/item_ids.h"
+#include "protocol/json_get.h"
+#include "protocol/menu_items.h"
 
 namespace tavio {
 namespace {

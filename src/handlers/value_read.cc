@@ -4,14 +4,13 @@
 #include <optional>
 #include <string>
 
-#include "layout/item_ids.h"
-#include "layout/menu_items.h"
 #include "layout/panel_text.h"
-#include "platform/json_build.h"
-#include "platform/json_get.h"
-#include "platform/text_buffer.h"
 #include "power/external_power.h"
 #include "power/unit_status.h"
+#include "protocol/item_ids.h"
+#include "protocol/json_build.h"
+#include "protocol/json_get.h"
+#include "protocol/menu_items.h"
 #include "settings/port_media.h"
 #include "settings/remote_assist.h"
 #include "status/lan_ha_status.h"
@@ -21,6 +20,7 @@
 #include "status/vpn_status.h"
 #include "status/wan_status.h"
 #include "status/wifi_status.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

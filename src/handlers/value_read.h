@@ -4,7 +4,7 @@
 
 #include <jansson.h>
 
-#include "layout/item_ids.h"
+#include "protocol/item_ids.h"
 #include "tavio/exchange.h"
 #include "tavio/json_ref.h"
 #include "tavio/panel_layout.h"

@@ -3,21 +3,22 @@
 #include <chrono>
 #include <cstring>
 
-#include "layout/item_ids.h"
 #include "layout/panel_text.h"
 #include "panel/sign_in.h"
 #include "platform/command.h"
-#include "platform/json_build.h"
-#include "platform/json_get.h"
 #include "platform/os.h"
-#include "platform/outside_text.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
-#include "platform/text_buffer.h"
-#include "power/device_commands.h"
+#include "power/unit_commands.h"
+#include "protocol/item_ids.h"
+#include "protocol/json_build.h"
+#include "protocol/json_get.h"
 #include "settings/port_media.h"
 #include "settings/remote_assist.h"
+#include "sources/device_tool.h"
 #include "sources/local_api.h"
+#include "sources/outside_text.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

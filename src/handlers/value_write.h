@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-#include "layout/item_ids.h"
+#include "protocol/item_ids.h"
 #include "tavio/exchange.h"
 #include "tavio/json_ref.h"
 

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "platform/text_buffer.h"
-#include "platform/utf8.h"
+#include "text/text_buffer.h"
+#include "text/utf8.h"
 
 namespace tavio {
 namespace {

@@ -4,19 +4,19 @@
 #include <string>
 #include <vector>
 
-#include "layout/item_ids.h"
-#include "layout/menu_items.h"
 #include "layout/panel_text.h"
 #include "menus/maintenance_menu.h"
 #include "menus/system_status_menu.h"
-#include "platform/json_build.h"
-#include "platform/text_buffer.h"
-#include "platform/utf8.h"
 #include "power/unit_menus.h"
+#include "protocol/item_ids.h"
+#include "protocol/json_build.h"
+#include "protocol/menu_items.h"
 #include "status/system_info.h"
 #include "status/vpn_status.h"
 #include "status/wan_status.h"
 #include "status/wifi_status.h"
+#include "text/text_buffer.h"
+#include "text/utf8.h"
 
 namespace tavio {
 namespace {

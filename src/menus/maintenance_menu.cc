@@ -2,13 +2,13 @@
 
 #include <string>
 
-#include "layout/item_ids.h"
-#include "layout/menu_items.h"
 #include "menus/system_status_menu.h"
-#include "platform/json_build.h"
 #include "platform/router_support.h"
-#include "platform/text_buffer.h"
+#include "protocol/item_ids.h"
+#include "protocol/json_build.h"
+#include "protocol/menu_items.h"
 #include "settings/port_media.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

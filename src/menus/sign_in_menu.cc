@@ -1,6 +1,6 @@
 #include "menus/sign_in_menu.h"
 
-#include "layout/item_ids.h"
+#include "protocol/item_ids.h"
 
 namespace tavio {
 namespace {

@@ -4,14 +4,14 @@
 #include <string>
 #include <utility>
 
-#include "layout/item_ids.h"
-#include "layout/menu_items.h"
 #include "layout/panel_text.h"
-#include "platform/text_buffer.h"
+#include "protocol/item_ids.h"
+#include "protocol/menu_items.h"
 #include "status/lan_ha_status.h"
 #include "status/port_status.h"
 #include "status/system_info.h"
 #include "status/vpn_status.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

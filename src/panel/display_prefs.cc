@@ -5,13 +5,13 @@
 #include <memory>
 #include <string>
 
-#include "platform/json_get.h"
 #include "platform/os.h"
-#include "platform/outside_text.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
-#include "platform/text_buffer.h"
+#include "protocol/json_get.h"
+#include "sources/outside_text.h"
 #include "tavio/panel_layout.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

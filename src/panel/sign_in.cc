@@ -5,10 +5,10 @@
 #include <string>
 
 #include "platform/clock.h"
-#include "platform/outside_text.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
-#include "platform/text_buffer.h"
+#include "sources/outside_text.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

@@ -18,7 +18,7 @@
 #include <cstdlib>
 
 #include "platform/process_state.h"
-#include "platform/text_buffer.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

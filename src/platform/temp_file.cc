@@ -7,9 +7,8 @@
 #include <cstring>
 #include <string>
 
-#include "platform/json_get.h"
 #include "platform/router_paths.h"
-#include "platform/text_buffer.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {
@@ -74,13 +73,8 @@ bool TempFile::write(std::string_view text) {
 
 void TempFile::clear_for_command() { remove_file(path_); }
 
-JsonPtr TempFile::load_json() const {
-  const std::optional<std::string> text =
-      read_file_limited(path_, kMaxReplyBytes, /*follow_links=*/false);
-  if (!text) {
-    return nullptr;
-  }
-  return json_load_reply(*text);
+std::optional<std::string> TempFile::read() const {
+  return read_file_limited(path_, kMaxReplyBytes, /*follow_links=*/false);
 }
 
 }  // namespace tavio

@@ -14,10 +14,11 @@
 #ifndef TAVIO_PLATFORM_TEMP_FILE_H
 #define TAVIO_PLATFORM_TEMP_FILE_H
 
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "platform/os.h"
-#include "tavio/json_ref.h"
 
 namespace tavio {
 
@@ -36,9 +37,9 @@ class TempFile {
   [[nodiscard]] bool write(std::string_view text);
   /// Clears the name for a command that writes the file itself, so it creates a fresh one.
   void clear_for_command();
-  /// The reply document in the file (json_load_reply), read without following a link; null
-  /// when missing or not JSON.
-  [[nodiscard]] JsonPtr load_json() const;
+  /// The file's text, read without following a link; nothing when it is missing or larger
+  /// than a reply may be (kMaxReplyBytes).
+  [[nodiscard]] std::optional<std::string> read() const;
   /// The file's path as the operating system and command lines see it.
   [[nodiscard]] const HostPath& path() const { return path_; }
 

@@ -6,13 +6,14 @@
 #include <optional>
 #include <string>
 
-#include "layout/item_ids.h"
-#include "layout/menu_items.h"
 #include "layout/panel_text.h"
-#include "platform/json_get.h"
 #include "platform/router_paths.h"
-#include "platform/text_buffer.h"
-#include "power/device_commands.h"
+#include "power/unit_commands.h"
+#include "protocol/item_ids.h"
+#include "protocol/json_get.h"
+#include "protocol/menu_items.h"
+#include "sources/device_tool.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "layout/item_ids.h"
-#include "layout/menu_items.h"
 #include "layout/panel_text.h"
 #include "power/unit_status.h"
+#include "protocol/item_ids.h"
+#include "protocol/menu_items.h"
 
 namespace tavio {
 namespace {

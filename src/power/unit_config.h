@@ -8,11 +8,11 @@
 #include <cstddef>
 #include <string>
 
-#include "platform/text_buffer.h"
 #include "power/unit_records.h"
 #include "tavio/json_ref.h"
 #include "tavio/panel_layout.h"
 #include "tavio/power_unit.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 

@@ -4,12 +4,12 @@
 #include <string>
 #include <vector>
 
-#include "layout/item_ids.h"
-#include "layout/menu_items.h"
-#include "platform/json_build.h"
-#include "platform/text_buffer.h"
-#include "power/device_commands.h"
+#include "power/unit_commands.h"
 #include "power/unit_config.h"
+#include "protocol/item_ids.h"
+#include "protocol/json_build.h"
+#include "protocol/menu_items.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

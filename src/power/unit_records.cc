@@ -6,9 +6,9 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/json_get.h"
-#include "platform/numbers.h"
-#include "platform/text_buffer.h"
+#include "protocol/json_get.h"
+#include "text/numbers.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

@@ -3,9 +3,9 @@
 #include <optional>
 
 #include "layout/panel_text.h"
-#include "platform/text_buffer.h"
-#include "power/device_commands.h"
+#include "power/unit_commands.h"
 #include "power/unit_records.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

@@ -8,7 +8,7 @@
 #include "platform/os.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
-#include "platform/text_buffer.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 

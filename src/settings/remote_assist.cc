@@ -1,7 +1,7 @@
 #include "settings/remote_assist.h"
 
-#include "platform/text_buffer.h"
 #include "sources/local_api.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 

@@ -4,7 +4,7 @@
 
 #include "platform/command.h"
 #include "platform/loopback_socket.h"
-#include "platform/text_buffer.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

@@ -7,15 +7,15 @@
 #include <utility>
 
 #include "platform/command.h"
-#include "platform/json_get.h"
-#include "platform/numbers.h"
 #include "platform/os.h"
-#include "platform/reply_memo.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
 #include "platform/temp_file.h"
-#include "platform/text_buffer.h"
+#include "protocol/json_get.h"
 #include "sources/http_client.h"
+#include "sources/reply_memo.h"
+#include "text/numbers.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {
@@ -118,7 +118,8 @@ JsonPtr fetch(std::string_view path, std::string_view query, const char* headers
   if (!run_command(fetch_command(input ? &*input : nullptr, *header, &output, path, query))) {
     return nullptr;
   }
-  return with_response(output.load_json());
+  const std::optional<std::string> text = output.read();
+  return with_response(text ? json_load_reply(*text) : nullptr);
 }
 
 ApiResultPtr result_of(JsonPtr root) {
@@ -150,13 +151,8 @@ std::string api_base_url(std::size_t capacity) {
 }
 
 ApiResultPtr api_read(std::string_view path, std::string_view query) {
-  ReplyKey key{kFetchTool, std::string(path).append(query)};
-  JsonPtr root;
-  if (!kept_reply(key, &root)) {
-    root = fetch(path, query, kDefaultHeaders, nullptr);
-    keep_reply(std::move(key), root);
-  }
-  return result_of(std::move(root));
+  return result_of(kept_or_asked({kFetchTool, std::string(path).append(query)},
+                                 [&] { return fetch(path, query, kDefaultHeaders, nullptr); }));
 }
 
 ApiResultPtr api_post(std::string_view path, const char* body) {

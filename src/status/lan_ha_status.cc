@@ -4,11 +4,11 @@
 #include <cstring>
 
 #include "layout/panel_text.h"
-#include "platform/json_get.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
-#include "platform/text_buffer.h"
+#include "protocol/json_get.h"
 #include "sources/local_api.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

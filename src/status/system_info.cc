@@ -2,9 +2,9 @@
 
 #include "layout/panel_text.h"
 #include "platform/clock.h"
-#include "platform/json_get.h"
-#include "platform/text_buffer.h"
+#include "protocol/json_get.h"
 #include "sources/local_api.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

@@ -5,8 +5,8 @@
 #include "layout/panel_text.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
-#include "platform/text_buffer.h"
 #include "sources/local_api.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 WifiApState wifi_ap_support() {

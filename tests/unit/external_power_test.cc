@@ -10,7 +10,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/reply_memo.h"
+#include "sources/reply_memo.h"
 #include "temp_root.h"
 
 namespace tavio {

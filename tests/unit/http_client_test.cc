@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/text_buffer.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

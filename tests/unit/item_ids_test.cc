@@ -2,7 +2,7 @@
 // tables, must land on the same row with the same arguments; where the reading keeps less
 // than a menu wrote (long unit serials), the cut is the one the panel has always seen, and a
 // unit's own menu hands out no identifier its serial does not come back from whole.
-#include "layout/item_ids.h"
+#include "protocol/item_ids.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Integer members of requests and replies: cut to 32 bits like the router's own readers, zero
 // for other types, the default when missing. Reals and texts are read in the golden cases.
-#include "platform/json_get.h"
+#include "protocol/json_get.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // Responses are written by tavio's own compact writer: byte for byte what Jansson's
 // JSON_COMPACT writes, for the documents tavio builds and for random ones.
-#include "platform/json_text.h"
+#include "protocol/json_text.h"
 
 #include <gtest/gtest.h>
 

@@ -14,10 +14,10 @@
 #include <string>
 #include <vector>
 
-#include "platform/reply_memo.h"
 #include "platform/router_paths.h"
-#include "platform/text_buffer.h"
+#include "sources/reply_memo.h"
 #include "temp_root.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

@@ -1,5 +1,5 @@
 // The menu-item schema as the display receives it, compared as compact JSON with sorted keys.
-#include "layout/menu_items.h"
+#include "protocol/menu_items.h"
 
 #include <gtest/gtest.h>
 

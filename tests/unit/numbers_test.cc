@@ -1,6 +1,6 @@
 // Item numbers are read like "%d" from the text after the item's prefix, limited to 32 bits
 // as on the router.
-#include "platform/numbers.h"
+#include "text/numbers.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // Outside texts on their way into tools' arguments and file names.
-#include "platform/outside_text.h"
+#include "sources/outside_text.h"
 
 #include <gtest/gtest.h>
 

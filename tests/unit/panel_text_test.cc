@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "platform/text_buffer.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

@@ -16,6 +16,7 @@
 #include <string>
 #include <vector>
 
+#include "protocol/json_get.h"
 #include "temp_root.h"
 
 namespace tavio {
@@ -82,7 +83,7 @@ TEST_F(TempFileTest, FreshPrivateFilesWhateverWasAtTheName) {
       TempFile file(kJsonFormat);
       file.clear_for_command();
       ASSERT_EQ(std::system(("printf '[1]' > " + file.path().str()).c_str()), 0);
-      EXPECT_TRUE(json_is_array(file.load_json().get()));
+      EXPECT_TRUE(json_is_array(json_load_reply(file.read().value_or("")).get()));
     }
     expect_untouched_and_gone();
   }

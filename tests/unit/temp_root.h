@@ -16,7 +16,7 @@
 #include <vector>
 
 #include "platform/os.h"
-#include "platform/reply_memo.h"
+#include "sources/reply_memo.h"
 
 namespace tavio_test {
 

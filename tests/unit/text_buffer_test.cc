@@ -1,6 +1,6 @@
 // Fixed-capacity texts: cut at capacity - 1 characters (never inside one), the cut reported,
 // nothing after it kept; bytes that are not UTF-8 counted and repaired as the display sees them.
-#include "platform/text_buffer.h"
+#include "text/text_buffer.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/utf8.h"
+#include "text/utf8.h"
 
 namespace tavio {
 namespace {

@@ -13,8 +13,8 @@
 // router's own interfaces take (paths, identifiers, command lines) a character is a byte, so
 // these cut exactly where a C buffer of that size would; where a byte bound matters beyond
 // that (a tool's command line) it is checked in bytes apart.
-#ifndef TAVIO_PLATFORM_TEXT_BUFFER_H
-#define TAVIO_PLATFORM_TEXT_BUFFER_H
+#ifndef TAVIO_TEXT_TEXT_BUFFER_H
+#define TAVIO_TEXT_TEXT_BUFFER_H
 
 #include <cstddef>
 #include <string>

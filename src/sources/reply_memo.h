@@ -3,9 +3,10 @@
 // on the router than tavio's own work. Writes and actions are never kept; one of them makes
 // what it changes stale, so its caller forgets those replies. A call is known by its whole
 // argument vector: two calls share a reply only when every argument is the same.
-#ifndef TAVIO_PLATFORM_REPLY_MEMO_H
-#define TAVIO_PLATFORM_REPLY_MEMO_H
+#ifndef TAVIO_SOURCES_REPLY_MEMO_H
+#define TAVIO_SOURCES_REPLY_MEMO_H
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -16,11 +17,9 @@ namespace tavio {
 /// A call as the memo knows it: the tool, then what makes its reply differ.
 using ReplyKey = std::vector<std::string>;
 
-/// Whether key's reply is kept; *reply is then a new reference to it (null for a call that
-/// failed, which is kept as well: asking a tool that did not answer again only costs time).
-[[nodiscard]] bool kept_reply(const ReplyKey& key, JsonPtr* reply);
-/// Keeps reply (null: the call failed) as key's for the rest of the run.
-void keep_reply(ReplyKey key, const JsonPtr& reply);
+/// key's reply: the one kept in this run, or else what ask gives, kept from now on. A failed
+/// call's null is kept as well: asking a tool that did not answer again only costs time.
+[[nodiscard]] JsonPtr kept_or_asked(ReplyKey key, const std::function<JsonPtr()>& ask);
 /// Forgets the kept replies of tool (the first word of their keys); "" forgets all of them.
 void forget_replies(const std::string& tool);
 /// Forgets the kept reply of exactly this call, if there is one.

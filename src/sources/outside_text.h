@@ -1,8 +1,8 @@
 // Texts that come from outside tavio (the -s panel serial, identifiers the panel sends back,
 // serials a device reports) on their way into a tool's arguments or a file name. Every such
 // text passes here, so none can change what a command does or where a file lands.
-#ifndef TAVIO_PLATFORM_OUTSIDE_TEXT_H
-#define TAVIO_PLATFORM_OUTSIDE_TEXT_H
+#ifndef TAVIO_SOURCES_OUTSIDE_TEXT_H
+#define TAVIO_SOURCES_OUTSIDE_TEXT_H
 
 #include <cstddef>
 #include <optional>

@@ -1,8 +1,8 @@
 // Builders of the menu items the display shows: separators, text items, value entries and
 // the custom-content item. Each returns a new reference (or null); appending it to a menu
 // with json_array_append_new(menu, item.release()) hands it to the menu.
-#ifndef TAVIO_LAYOUT_MENU_ITEMS_H
-#define TAVIO_LAYOUT_MENU_ITEMS_H
+#ifndef TAVIO_PROTOCOL_MENU_ITEMS_H
+#define TAVIO_PROTOCOL_MENU_ITEMS_H
 
 #include <jansson.h>
 

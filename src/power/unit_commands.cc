@@ -1,66 +1,24 @@
-#include "power/device_commands.h"
+#include "power/unit_commands.h"
 
-#include <chrono>
 #include <cstring>
 
 #include "layout/panel_text.h"
-#include "platform/command.h"
-#include "platform/json_get.h"
-#include "platform/os.h"
-#include "platform/outside_text.h"
-#include "platform/reply_memo.h"
-#include "platform/text_buffer.h"
+#include "protocol/json_get.h"
+#include "sources/device_tool.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {
 
-constexpr char kDeviceTool[] = "capwap_cli";
-static_assert(kDeviceToolDeadline <= kLongestWaitedDeadline, "an exchange would outlast its bound");
 constexpr std::size_t kUnreachableCapacity = 128;
-
-// The router's device interface takes one command line of at most 511 characters: the tool,
-// its verb and arguments with a blank between each, then " > " and the name of the
-// run-directory file that takes the answer. A unit serial that would not fit the line whole
-// reaches no unit.
-constexpr std::size_t kDeviceLineChars = 511;
-// The characters each command takes besides the serial and the file's name:
+// The characters each command's line takes besides the serial and the answer file's name
+// (device_serial_fits):
 constexpr std::size_t kInfoChars = 25;    // "capwap_cli iotdevinfo " and " > "
 constexpr std::size_t kStatusChars = 24;  // "capwap_cli iotstatus " and " > "
 // "capwap_cli iotdevport_set ", the blank and quote before the state, and "\"> " after it.
 constexpr std::size_t kPortSetChars = 31;
 
-// Whether a unit serial fits a command of `taken` other characters whose answer goes to
-// answer_file ("%d" the process id, in a name buffer of kPathCapacity).
-bool unit_serial_fits(const std::string& serial, std::size_t taken, const char* answer_file) {
-  const std::size_t file = format_text(kPathCapacity, answer_file, process_id()).size();
-  return outside_argument_fits(serial, kDeviceLineChars - taken - file);
-}
-
-// Runs the device tool; its answer as JSON, or null.
-JsonPtr ask_device(std::vector<std::string> args) {
-  const std::optional<std::string> answer = run_command(
-      Command{kDeviceTool, std::move(args), kDeviceToolDeadline, CommandOutput::kCapture});
-  return answer ? json_load_reply(*answer) : nullptr;
-}
-
-// The key under which device_answer keeps the answer to args: the whole call.
-ReplyKey device_reply_key(const std::vector<std::string>& args) {
-  ReplyKey key{kDeviceTool};
-  key.insert(key.end(), args.begin(), args.end());
-  return key;
-}
-
 }  // namespace
-
-JsonPtr device_answer(std::vector<std::string> args) {
-  ReplyKey key = device_reply_key(args);
-  JsonPtr answer;
-  if (!kept_reply(key, &answer)) {
-    answer = ask_device(std::move(args));
-    keep_reply(std::move(key), answer);
-  }
-  return answer;
-}
 
 JsonPtr first_report(const JsonPtr& answer) {
   json_t* reports = json_object_get(answer.get(), "rpt");
@@ -74,7 +32,7 @@ std::optional<PowerUnitList> power_unit_list_collect() {
 
 int unit_port_count(const std::string& serial) {
   if (serial.empty() ||
-      !unit_serial_fits(serial, kInfoChars, "/var/run/dorva/tavio/pmu_info_%d.json")) {
+      !device_serial_fits(serial, kInfoChars, "/var/run/dorva/tavio/pmu_info_%d.json")) {
     return kUnknownPortCount;
   }
   const std::optional<PortCount> count =
@@ -84,7 +42,7 @@ int unit_port_count(const std::string& serial) {
 
 std::optional<UnitReport> unit_report_collect(const std::string& serial) {
   if (serial.empty() ||
-      !unit_serial_fits(serial, kStatusChars, "/var/run/dorva/tavio/pmu_status_%d.json")) {
+      !device_serial_fits(serial, kStatusChars, "/var/run/dorva/tavio/pmu_status_%d.json")) {
     return std::nullopt;
   }
   return unit_report_of(device_answer({"iotstatus", serial}).get());
@@ -99,14 +57,14 @@ std::optional<std::string> devcmd_port_set(const std::string& serial, int port, 
     return std::nullopt;
   }
   const std::string state = format_text(kTextCapacity, "%d:%s", port, on ? "on" : "off");
-  if (!unit_serial_fits(serial, kPortSetChars + state.size(),
-                        "/var/run/dorva/tavio/pmu_iotdevport_set_%d.json")) {
+  if (!device_serial_fits(serial, kPortSetChars + state.size(),
+                          "/var/run/dorva/tavio/pmu_iotdevport_set_%d.json")) {
     return std::nullopt;
   }
   // The switch changes the unit's status report and nothing else: its port count and the
   // device list stay as they were read.
-  forget_reply(device_reply_key({"iotstatus", serial}));
-  const JsonPtr answer = ask_device({"iotdevport_set", serial, state});
+  forget_device_answer({"iotstatus", serial});
+  const JsonPtr answer = device_command({"iotdevport_set", serial, state});
   const json_t* results = json_object_get(answer.get(), "ret");
   const json_t* first = json_is_array(results) ? json_array_get(results, 0) : nullptr;
   if (first == nullptr) {

@@ -1,6 +1,6 @@
 // Documents written out as compact JSON text, the way responses reach the display.
-#ifndef TAVIO_PLATFORM_JSON_TEXT_H
-#define TAVIO_PLATFORM_JSON_TEXT_H
+#ifndef TAVIO_PROTOCOL_JSON_TEXT_H
+#define TAVIO_PROTOCOL_JSON_TEXT_H
 
 #include <jansson.h>
 

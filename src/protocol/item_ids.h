@@ -4,8 +4,8 @@
 // the pair of functions that writes and reads what follows its prefix, so a menu and the row
 // that answers it never drift apart. The value-read and value-write tables are rows keyed by
 // ItemKey and walked in order by match_item_row.
-#ifndef TAVIO_LAYOUT_ITEM_IDS_H
-#define TAVIO_LAYOUT_ITEM_IDS_H
+#ifndef TAVIO_PROTOCOL_ITEM_IDS_H
+#define TAVIO_PROTOCOL_ITEM_IDS_H
 
 #include <cstddef>
 #include <optional>

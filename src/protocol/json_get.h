@@ -1,7 +1,7 @@
 // Loading the router's reply documents, and reading named members of request and reply
 // documents with defaults. None of the readers fails.
-#ifndef TAVIO_PLATFORM_JSON_GET_H
-#define TAVIO_PLATFORM_JSON_GET_H
+#ifndef TAVIO_PROTOCOL_JSON_GET_H
+#define TAVIO_PROTOCOL_JSON_GET_H
 
 #include <jansson.h>
 

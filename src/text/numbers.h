@@ -1,6 +1,6 @@
 // Integers as the router reads them: its long is 32 bits wide.
-#ifndef TAVIO_PLATFORM_NUMBERS_H
-#define TAVIO_PLATFORM_NUMBERS_H
+#ifndef TAVIO_TEXT_NUMBERS_H
+#define TAVIO_TEXT_NUMBERS_H
 
 #include <climits>
 #include <optional>

@@ -1,9 +1,9 @@
-#include "platform/outside_text.h"
+#include "sources/outside_text.h"
 
 #include <cstring>
 
 #include "platform/os.h"
-#include "platform/text_buffer.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 bool outside_argument_fits(std::string_view text, std::size_t limit) {

@@ -1,12 +1,12 @@
-#include "layout/menu_items.h"
+#include "protocol/menu_items.h"
 
 #include <algorithm>
 #include <string>
 #include <utility>
 
 #include "layout/panel_text.h"
-#include "platform/json_build.h"
-#include "platform/text_buffer.h"
+#include "protocol/json_build.h"
+#include "text/text_buffer.h"
 
 namespace tavio {
 namespace {

@@ -1,4 +1,4 @@
-#include "platform/reply_memo.h"
+#include "sources/reply_memo.h"
 
 #include <algorithm>
 #include <utility>
@@ -21,18 +21,15 @@ std::vector<KeptReply>& kept() {
 
 }  // namespace
 
-bool kept_reply(const ReplyKey& key, JsonPtr* reply) {
+JsonPtr kept_or_asked(ReplyKey key, const std::function<JsonPtr()>& ask) {
   for (const KeptReply& entry : kept()) {
     if (entry.key == key) {
-      *reply = entry.reply ? json_share(entry.reply.get()) : nullptr;
-      return true;
+      return entry.reply ? json_share(entry.reply.get()) : nullptr;
     }
   }
-  return false;
-}
-
-void keep_reply(ReplyKey key, const JsonPtr& reply) {
+  JsonPtr reply = ask();
   kept().push_back({std::move(key), reply ? json_share(reply.get()) : nullptr});
+  return reply;
 }
 
 void forget_replies(const std::string& tool) {

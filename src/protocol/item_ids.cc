@@ -1,11 +1,11 @@
-#include "layout/item_ids.h"
+#include "protocol/item_ids.h"
 
 #include <cstdlib>
 #include <cstring>
 
-#include "platform/numbers.h"
-#include "platform/text_buffer.h"
-#include "platform/utf8.h"
+#include "text/numbers.h"
+#include "text/text_buffer.h"
+#include "text/utf8.h"
 
 namespace tavio {
 namespace {

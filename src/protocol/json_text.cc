@@ -1,4 +1,4 @@
-#include "platform/json_text.h"
+#include "protocol/json_text.h"
 
 #include <cinttypes>
 #include <cstdio>

@@ -1,10 +1,10 @@
-#include "platform/json_get.h"
+#include "protocol/json_get.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <string>
 
-#include "platform/utf8.h"
+#include "text/utf8.h"
 
 namespace tavio {
 

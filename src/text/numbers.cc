@@ -1,4 +1,4 @@
-#include "platform/numbers.h"
+#include "text/numbers.h"
 
 #include <cctype>
 #include <cstdlib>

@@ -7,8 +7,8 @@
 // beginning of a well-formed sequence, else a single byte) is one character, which becomes
 // one U+FFFD when the text is handed to the display. Counting and cutting never change a
 // byte; only utf8_repaired does.
-#ifndef TAVIO_PLATFORM_UTF8_H
-#define TAVIO_PLATFORM_UTF8_H
+#ifndef TAVIO_TEXT_UTF8_H
+#define TAVIO_TEXT_UTF8_H
 
 #include <cstddef>
 #include <string>

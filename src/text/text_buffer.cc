@@ -1,9 +1,9 @@
-#include "platform/text_buffer.h"
+#include "text/text_buffer.h"
 
 #include <cstdarg>
 #include <cstdio>
 
-#include "platform/utf8.h"
+#include "text/utf8.h"
 
 namespace tavio {
 namespace {

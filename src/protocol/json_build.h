@@ -1,6 +1,6 @@
 // Building the objects of tavio's documents member by member, in order.
-#ifndef TAVIO_PLATFORM_JSON_BUILD_H
-#define TAVIO_PLATFORM_JSON_BUILD_H
+#ifndef TAVIO_PROTOCOL_JSON_BUILD_H
+#define TAVIO_PROTOCOL_JSON_BUILD_H
 
 #include <jansson.h>
 
@@ -8,8 +8,8 @@
 #include <string_view>
 #include <utility>
 
-#include "platform/utf8.h"
 #include "tavio/json_ref.h"
+#include "text/utf8.h"
 
 namespace tavio {
 

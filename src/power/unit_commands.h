@@ -1,13 +1,11 @@
 // The device tool's commands for power units: the device list, a unit's port count, its
-// status report and the switching of one port. Each runs "capwap_cli", reads its JSON answer
-// from the tool's standard output and hands back a record (unit_records.h).
-#ifndef TAVIO_POWER_DEVICE_COMMANDS_H
-#define TAVIO_POWER_DEVICE_COMMANDS_H
+// status report and the switching of one port, each handed back as a record
+// (unit_records.h).
+#ifndef TAVIO_POWER_UNIT_COMMANDS_H
+#define TAVIO_POWER_UNIT_COMMANDS_H
 
-#include <chrono>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "power/unit_records.h"
 #include "tavio/json_ref.h"
@@ -15,14 +13,6 @@
 
 namespace tavio {
 
-/// A unit answers the device tool within a second or two; one that has not answered by then
-/// is treated as unreachable rather than keeping the panel waiting. The same bound ends a
-/// panel reload that hangs in the background.
-constexpr std::chrono::seconds kDeviceToolDeadline{10};
-
-/// The device tool's answer to a read-only command (args: the command and its arguments),
-/// asked once per run; null on any failure.
-[[nodiscard]] JsonPtr device_answer(std::vector<std::string> args);
 /// The first element of an answer's "rpt" array; null without one.
 [[nodiscard]] JsonPtr first_report(const JsonPtr& answer);
 /// The device list; nothing when the tool fails or the answer has no "list" array.
