@@ -304,7 +304,7 @@ bool panel_reload_allowed(const Words& words) {
   return !serial.empty() && !starts_with(serial, "-") && line.size() < 64;
 }
 
-bool serve_detach(const std::vector<tavio::Command>& steps) {
+void serve_detach(const std::vector<tavio::Command>& steps) {
   if (g_served == nullptr) {
     fuzz_fail("a command ran outside a fuzz run", describe(steps));
   }
@@ -326,7 +326,7 @@ bool serve_detach(const std::vector<tavio::Command>& steps) {
   if (tracing()) {
     std::fprintf(stderr, "fuzz runner: in the background: %s\n", describe(steps).c_str());
   }
-  return true;  // nothing runs, nothing is recorded
+  // Nothing runs and nothing is recorded.
 }
 
 const tavio::CommandRunner kServingRunner = {serve_run, serve_detach};

@@ -127,7 +127,8 @@ void print_power_unit(PowerUnitType type, const std::string& serial, const Panel
   }
 }
 
-// The integrated and external PMUs of the list, counted from 1; PDUs are not dumped.
+// The units of one type in the list, numbered from 1 (the dump asks for the integrated and
+// the external PMUs; PDUs are not dumped).
 void print_power_units_of_type(PowerUnitType type, const PowerUnitList& list,
                                const PanelLayout& layout) {
   static const char* const kName = "dump_pmu_by_type";

@@ -97,9 +97,7 @@ struct WriteRequest {
 bool is_yes(const char* value) { return std::strcmp(value, "Yes") == 0; }
 
 // Starts programs one after another in the background; their outcome is never looked at.
-void run_in_background(const std::vector<Command>& steps) {
-  static_cast<void>(run_detached(steps));
-}
+void run_in_background(const std::vector<Command>& steps) { run_detached(steps); }
 
 // The pause before a reset, so the response reaches the panel first; its deadline is the
 // pause and a margin.
@@ -204,16 +202,16 @@ const ItemKey* value_write_key(const char* identifier) {
   return matching_row_key(kActionRows, identifier);
 }
 
-bool panel_reload(const std::string& serial) {
+void panel_reload(const std::string& serial) {
   if (!outside_argument_fits(serial, kReloadSerialLimit)) {
-    return false;
+    return;
   }
   // An empty serial is no argument at all.
   Command reload{"capwap_cli", {"panel_reload"}, kDeviceToolDeadline};
   if (!serial.empty()) {
     reload.args.push_back(serial);
   }
-  return run_detached({reload});
+  run_detached({reload});
 }
 
 JsonPtr perform_value_action(const Exchange& exchange, const char* identifier, const char* value) {

@@ -25,9 +25,9 @@ namespace tavio {
 /// The key of the action row that answers identifier (the first that matches in table
 /// order); null when none does.
 [[nodiscard]] const ItemKey* value_write_key(const char* identifier);
-/// Asks the display process, in the background, to reload the panel's screens; false when
-/// the serial is refused as an argument or nothing could be started.
-bool panel_reload(const std::string& serial);
+/// Asks the display process, in the background, to reload the panel's screens; a serial
+/// refused as an argument asks nothing.
+void panel_reload(const std::string& serial);
 
 }  // namespace tavio
 

@@ -4,7 +4,7 @@
 // padded with spaces. These routines are pure; callers collect their pieces in a TextBuffer
 // of the text's capacity, which cuts the whole text at the panel's text size.
 //
-// Widths, padding and line breaks count UTF-8 characters (platform/utf8.h), as the grid does:
+// Widths, padding and line breaks count UTF-8 characters (text/utf8.h), as the grid does:
 // a line never breaks inside a character, and a name with accents is padded as far as one
 // without. For an ASCII text a character is a byte.
 #ifndef TAVIO_LAYOUT_PANEL_TEXT_H

@@ -479,9 +479,9 @@ void run_step(const Command& step) {
   ::_exit(0);
 }
 
-bool system_detach(const std::vector<Command>& steps) {
+void system_detach(const std::vector<Command>& steps) {
   if (steps.empty()) {
-    return false;
+    return;
   }
   const pid_t pid = copy_process();
   if (pid == 0) {
@@ -494,12 +494,11 @@ bool system_detach(const std::vector<Command>& steps) {
     ::_exit(0);
   }
   if (pid < 0) {
-    return false;
+    return;
   }
   int status = 0;
   while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {
   }
-  return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 const CommandRunner kSystemRunner = {system_run, system_detach};
@@ -518,7 +517,7 @@ std::optional<std::string> run_command(const Command& command) {
   return g_runner->run(command);
 }
 
-bool run_detached(const std::vector<Command>& steps) { return g_runner->detach(steps); }
+void run_detached(const std::vector<Command>& steps) { g_runner->detach(steps); }
 
 void replace_command_runner(const CommandRunner* runner) {
   g_runner = runner == nullptr ? &kSystemRunner : runner;

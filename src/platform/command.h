@@ -71,13 +71,14 @@ void start_exchange_clock();
 
 /// Starts steps one after another, each after the previous one ended or was killed for its
 /// deadline, in a detached process of its own session that keeps none of tavio's
-/// descriptors; returns at once. False when nothing could be started.
-bool run_detached(const std::vector<Command>& steps);
+/// descriptors; returns at once. Nobody waits for the outcome: a step that cannot start
+/// counts as a failed step, and when the detached process itself cannot be made nothing runs.
+void run_detached(const std::vector<Command>& steps);
 
 /// What starts commands: the operating system, or a test harness that answers them itself.
 struct CommandRunner {
   std::optional<std::string> (*run)(const Command& command);
-  bool (*detach)(const std::vector<Command>& steps);
+  void (*detach)(const std::vector<Command>& steps);
 };
 /// Lets a test harness answer every command (a fuzz target serves the tools' replies from its
 /// input); null puts the operating system back. tavio itself always uses the system.

@@ -67,7 +67,7 @@ FilePtr open_file(const HostPath& path, const char* mode) {
   return FilePtr(std::fopen(path.c_str(), mode));
 }
 
-bool remove_file(const HostPath& path) { return ::unlink(path.c_str()) == 0; }
+void remove_file(const HostPath& path) { ::unlink(path.c_str()); }
 
 long pid_in_name(const char* text, const char* ending) {
   // A process id as "%d" prints it: no sign, no leading zero.

@@ -1,4 +1,5 @@
-// The one door to the operating system: files and the process id (commands: command.h).
+// Files and the process id (commands: command.h; sockets: loopback_socket.h; clocks:
+// clock.h; signals: process_state.h).
 //
 // Off the router the router's absolute paths live under the TAVIO_ROOT prefix. The prefix is
 // put in front here and only here, after the caller formed the router's own path with its own
@@ -46,8 +47,8 @@ using FilePtr = std::unique_ptr<std::FILE, FileCloser>;
 
 /// fopen; null when the file cannot be opened.
 [[nodiscard]] FilePtr open_file(const HostPath& path, const char* mode);
-/// unlink; false when nothing was removed.
-bool remove_file(const HostPath& path);
+/// unlink; a file that is already gone is no error.
+void remove_file(const HostPath& path);
 /// Writes text whole into a new file in final_path's folder and renames it over final_path,
 /// so a reader sees the old file or the new one, never part of one, and a kill leaves no
 /// partial file under any name. The new file keeps the old one's permissions. An existing

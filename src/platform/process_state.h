@@ -1,7 +1,7 @@
 // The process state a run relies on, set at start-up whatever the display process left: a
 // caller's blocked or ignored SIGCHLD would turn every tool call into its full deadline, an
-// ignored SIGPIPE or SIGINT would reach the tools, and a closed standard output would kill
-// tavio mid-write.
+// ignored SIGPIPE or SIGINT would reach the tools, and a reader of standard output that goes away
+// would kill tavio mid-write.
 #ifndef TAVIO_PLATFORM_PROCESS_STATE_H
 #define TAVIO_PLATFORM_PROCESS_STATE_H
 

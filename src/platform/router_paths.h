@@ -13,7 +13,8 @@ constexpr char kPanelAccessFormat[] = "/var/run/dorva/tavio/panel_access_%s.stat
 constexpr char kThemeSettingsFormat[] = "/var/run/dorva/tavio/mmi_theme_settings_%s.json";
 constexpr char kFontSettingsFormat[] = "/var/run/dorva/tavio/mmi_font_settings_%s.json";
 
-/// Temporary files of one local API call, "%d" the process id.
+/// Temporary files of the local API calls, "%d" the process id: the run's header file, a
+/// call's body and its reply.
 constexpr char kApiHeaderFormat[] = "/var/run/dorva/tavio/wget_ext_hdr_%d.txt";
 constexpr char kApiInputFormat[] = "/var/run/dorva/tavio/wget_input_%d.txt";
 constexpr char kApiResultFormat[] = "/var/run/dorva/tavio/wget_result_%d.json";

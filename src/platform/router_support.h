@@ -1,4 +1,4 @@
-/* The router's support library: key/value ("taglist") files, number and text lists, port
+/* The router's support library: key/value ("taglist") files, number lists, port
  * lookups. On the router the vendor's library provides these (TAVIO_PLATFORM=external);
  * off it, router_support_host.cc implements them on plain files under TAVIO_ROOT. Plain C so
  * that either can be linked. Paths given here are the router's own; the host implementation

@@ -1,5 +1,5 @@
 // The router's support library for running off the router: taglist files on plain files under
-// TAVIO_ROOT, number and text lists, and port types from /etc/tavio-host/ports.
+// TAVIO_ROOT, number lists, and port types from /etc/tavio-host/ports.
 // Every function is a C entry point: no exception may leave one, so each catches its own.
 
 #include <cerrno>

@@ -5,7 +5,7 @@
 // the same process id left behind, or a symbolic link planted there) is removed first:
 // - a file tavio writes itself is then created with O_EXCL and O_NOFOLLOW, so it is never
 //   opened through a link, not even one made after the removal (the write fails instead);
-// - a file a command writes (wget_https -O, a shell redirection) is opened by that command,
+// - a file a command writes (wget_https -O) is opened by that command,
 //   which follows links. A link made between the removal and the command's open would be
 //   followed; only someone who may write the run directory can make one, and on the router
 //   that directory belongs to root. What holds is that a link planted before the run is

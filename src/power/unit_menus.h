@@ -1,6 +1,6 @@
 // The power units' menus: the power entry of the main menu, the integrated PMU, the list of
 // external PMUs, the PDU, and each unit's status, information, configuration and network.
-// Every build starts from a fresh device list.
+// Every build reads the run's device list (asked of the device tool once per run and kept).
 #ifndef TAVIO_POWER_UNIT_MENUS_H
 #define TAVIO_POWER_UNIT_MENUS_H
 

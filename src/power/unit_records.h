@@ -64,13 +64,14 @@ class PortTexts {
   std::vector<std::string> texts_;  // port 1 first, as far as the highest port with a text
 };
 
-/// One switching schedule a unit can show: when it runs, and its action per port under "r%d"
-/// ("1" on, "0" off, "X" no change).
+/// When a schedule runs, as read from its cron string.
 struct ScheduleTime {
   int hour = 0;
   int minute = 0;
   std::string frequency;  ///< "Daily", "Weekly - Monday", ...; at most 63 characters
 };
+/// One switching schedule a unit can show: when it runs, and its action per port under "r%d"
+/// ("1" on, "0" off, "X" no change).
 struct UnitSchedule {
   ScheduleTime time;
   PortTexts actions;

@@ -81,7 +81,7 @@ constexpr ItemKey kBattery{"pwr_consume_status_battery_", ItemSuffix::kBatteryNu
 constexpr ItemKey kBatteries{"pwr_consume_status_battery", ItemSuffix::kNone};
 }  // namespace item
 
-/// The names of the menus a menu request may ask for by "ref"; "" or kHomeMenu is the
+/// The names of the menus a menu request may ask for by "ref"; "" or kHome ("Home") is the
 /// panel's home menu.
 namespace menu_name {
 constexpr char kHome[] = "Home";

@@ -30,8 +30,8 @@ struct HttpRequest {
 };
 
 /// The request's bytes on the wire, for the API at 127.0.0.1:port: the request line, Host,
-/// the header lines and, with a body, its Content-Length. Nothing when the target or a header
-/// line holds a byte that would break the framing (a control character, a space in the
+/// the header lines and, with a body or for any POST, its Content-Length. Nothing when the target
+/// or a header line holds a byte that would break the framing (a control character, a space in the
 /// target, a line without a colon).
 [[nodiscard]] std::optional<std::string> http_request_text(const HttpRequest& request, int port);
 

@@ -32,7 +32,7 @@ namespace tavio {
 /// "Serial number:" and the serial; nothing when empty.
 [[nodiscard]] std::optional<std::string> render_serial_number(const DeviceInfo* info,
                                                               const PanelLayout& layout);
-/// The device name alone, collected afresh; nothing when empty.
+/// The device name alone, from the run's device-information reply; nothing when empty.
 [[nodiscard]] std::optional<std::string> device_name_get();
 /// The uptime text for a number of seconds, "0 day 00:05:12" (plural from 2 days).
 [[nodiscard]] std::string uptime_text(long seconds);

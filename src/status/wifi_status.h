@@ -1,4 +1,4 @@
-// The built-in Wi-Fi access point with its networks, and remote assistance.
+// The built-in Wi-Fi access point and its networks.
 #ifndef TAVIO_STATUS_WIFI_STATUS_H
 #define TAVIO_STATUS_WIFI_STATUS_H
 

@@ -1,7 +1,7 @@
 // Texts of fixed capacity.
 //
 // The panel protocol's texts have fixed sizes: a serial fits 16, paths 64, panel texts 256 or
-// 512, command lines 512, each with room for a terminator. Whatever does not fit is cut at the
+// 512, each with room for a terminator. Whatever does not fit is cut at the
 // end and everything appended after that is dropped, so the panel always sees the same cut.
 // TextBuffer and cut_text are the one place that cuts. The capacities the modules name beside
 // their texts (a figure's 64, a title's 64) are such cuts too: each is visible on the panel,
@@ -9,7 +9,7 @@
 //
 // A capacity counts characters, not bytes: the panel shows up to 255 characters of a text
 // whatever its letters, and a cut falls between two characters, never inside one (see
-// platform/utf8.h for how bytes that are not UTF-8 are counted). For the ASCII texts the
+// text/utf8.h for how bytes that are not UTF-8 are counted). For the ASCII texts the
 // router's own interfaces take (paths, identifiers, command lines) a character is a byte, so
 // these cut exactly where a C buffer of that size would; where a byte bound matters beyond
 // that (a tool's command line) it is checked in bytes apart.
@@ -25,7 +25,7 @@ namespace tavio {
 /// Buffer sizes of the router's C interfaces, terminator included.
 constexpr std::size_t kPathCapacity = 64;       ///< run-directory and configuration paths
 constexpr std::size_t kTextCapacity = 256;      ///< panel texts and command-line options
-constexpr std::size_t kLongTextCapacity = 512;  ///< multi-line panel texts, command lines
+constexpr std::size_t kLongTextCapacity = 512;  ///< multi-line panel texts and API post bodies
 constexpr std::size_t kSerialCapacity = 16;     ///< a panel serial: 15 characters
 constexpr std::size_t kItemIdCapacity = 64;     ///< item identifiers the menus hand out
 /// The largest request document read: a panel's longest list of identifiers takes a few

@@ -84,11 +84,11 @@ TEST(Command, DetachedStepsRunInOrderAfterTheCallerMovedOn) {
   int watch[2];
   ASSERT_EQ(::pipe(watch), 0);
   const Clock::time_point start = Clock::now();
-  ASSERT_TRUE(run_detached({
+  run_detached({
       {"sh", {"-c", "sleep 0.3; echo one >> " + log}, kAmple},
       {"sh", {"-c", "sleep 60; echo never >> " + log}, milliseconds(300)},
       {"sh", {"-c", "echo two >> " + log}, kAmple},
-  }));
+  });
   EXPECT_LT(Clock::now() - start, milliseconds(250)) << "the caller waited for the steps";
   ::close(watch[1]);
   char byte = 0;
