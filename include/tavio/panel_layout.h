@@ -26,7 +26,8 @@ struct PanelLayout {
   std::int32_t lines = kDefaultLines;
 };
 
-/// The record of the four fields, in this order.
+/// A grid as the display's font table and theme give it; the one place the order of the four
+/// fields is written.
 [[nodiscard]] inline PanelLayout make_panel_layout(ThemeMode theme_mode, std::int32_t font_size,
                                                    std::int32_t chars_per_line,
                                                    std::int32_t lines) {

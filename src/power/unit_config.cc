@@ -14,7 +14,8 @@
 namespace tavio {
 namespace {
 
-// "No Schedule Defined" is wrapped into a small buffer.
+// The router keeps this text in a 32-byte buffer: on a narrow grid the wrapped text is cut
+// there, as the panel has always shown it.
 constexpr std::size_t kNoScheduleCapacity = 32;
 
 bool is_protected(int port, const ProtectedPorts& protected_ports) {
