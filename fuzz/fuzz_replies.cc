@@ -92,9 +92,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   check_writable(tavio::power_consumption_menu_items(layout), "power_consumption_menu_items");
   check_writable(tavio::battery_menu_items(layout), "battery_menu_items");
   check_writable(tavio::main_menu_items(false, layout), "main_menu_items");
-  tavio::JsonPtr dashboard = tavio::json_own(json_array());
-  tavio::dashboard_items(dashboard.get(), layout);
-  check_writable(dashboard, "dashboard_items");
+  tavio::JsonArrayBuilder dashboard;
+  tavio::dashboard_items(dashboard, layout);
+  check_writable(dashboard.done(), "dashboard_items");
 
   // The writes that read an answer: remote assistance and a power port switch.
   static_cast<void>(tavio::set_remote_assist(true));

@@ -9,6 +9,7 @@
 #include "power/external_power.h"
 #include "power/unit_menus.h"
 #include "protocol/item_ids.h"
+#include "protocol/json_build.h"
 #include "protocol/json_get.h"
 #include "protocol/menu_items.h"
 
@@ -49,13 +50,18 @@ JsonPtr home_menu(const Exchange& exchange, const PanelLayout& layout) {
   return panel_top_menu(exchange.signed_in(), layout);
 }
 
-// {"menu": menu} with the passcode keypad's inputs while the panel must sign in.
-JsonPtr menu_body(JsonPtr menu, const Exchange& exchange) {
-  JsonPtr body = json_own(json_pack("{so}", "menu", menu.release()));
-  if (body && exchange.must_sign_in()) {
-    json_set(body.get(), "it", keyset_input_list());
+// {"menu": menu} with the passcode keypad's inputs while the panel must sign in, and the
+// name of the menu when the request gave one.
+JsonPtr menu_body(JsonPtr menu, const Exchange& exchange, const char* ref) {
+  JsonObjectBuilder body;
+  body.take("menu", std::move(menu));
+  if (exchange.must_sign_in()) {
+    body.take("it", keyset_input_list());
   }
-  return body;
+  if (ref[0] != '\0') {
+    body.text("ref", ref);
+  }
+  return body.done();
 }
 
 }  // namespace
@@ -64,14 +70,14 @@ JsonPtr panel_top_menu(bool signed_in, const PanelLayout& layout) {
   if (layout.theme_mode != ThemeMode::kAlternative) {
     return main_menu_items(signed_in, layout);
   }
-  JsonPtr menu = json_own(json_array());
-  dashboard_items(menu.get(), layout);
-  if (JsonPtr main = main_menu_items(signed_in, layout)) {
-    json_append(menu.get(), json_own(json_pack("{ss,ss,so}", "id", "main_menu", "t", "[MENU]", "m",
-                                               main.release())));
-  }
-  json_append(menu.get(), menu_item_separator(layout.chars_per_line));
-  return menu;
+  JsonArrayBuilder menu;
+  dashboard_items(menu, layout);
+  menu.add(JsonObjectBuilder()
+               .text("id", "main_menu")
+               .text("t", "[MENU]")
+               .take("m", main_menu_items(signed_in, layout))
+               .done());
+  return menu.add(menu_item_separator(layout.chars_per_line)).done();
 }
 
 JsonPtr menu_by_name(const char* name, bool signed_in, const PanelLayout& layout) {
@@ -126,11 +132,10 @@ JsonPtr handle_menu_request(const json_t* req, const Exchange& exchange) {
   if (!menu) {
     return nullptr;
   }
-  JsonPtr body = menu_body(std::move(menu), exchange);
-  if (body && ref[0] != '\0') {
-    json_set(body.get(), "ref", json_own(json_string(ref)));
-  }
-  return json_own(json_pack("{ss,so}", "type", "menuReq", "resp", body.release()));
+  return JsonObjectBuilder()
+      .text("type", "menuReq")
+      .take("resp", menu_body(std::move(menu), exchange, ref))
+      .done();
 }
 
 JsonPtr build_menu_update(const Exchange& exchange, const char* text) {
@@ -141,8 +146,10 @@ JsonPtr build_menu_update(const Exchange& exchange, const char* text) {
     std::puts("Error: No menu");
     return nullptr;
   }
-  return json_own(json_pack("{ss,so}", "type", "menuUpdate", "req",
-                            menu_body(std::move(menu), exchange).release()));
+  return JsonObjectBuilder()
+      .text("type", "menuUpdate")
+      .take("req", menu_body(std::move(menu), exchange, ""))
+      .done();
 }
 
 }  // namespace tavio

@@ -175,7 +175,7 @@ JsonPtr handle_value_read(const json_t* req, const Exchange& exchange) {
   if (req == nullptr) {
     return nullptr;
   }
-  JsonPtr entries = json_own(json_array());
+  JsonArrayBuilder entries;
   const json_t* list = json_object_get(req, "list");
   if (json_is_array(list)) {
     for (std::size_t i = 0; i < json_array_size(list); ++i) {
@@ -184,12 +184,13 @@ JsonPtr handle_value_read(const json_t* req, const Exchange& exchange) {
       if (!json_is_object(element) || identifier[0] == '\0') {
         continue;
       }
-      if (JsonPtr entry = render_value_item(identifier, exchange.layout)) {
-        json_array_append_new(entries.get(), entry.release());
-      }
+      entries.add(render_value_item(identifier, exchange.layout));
     }
   }
-  return json_own(json_pack("{ss,s{so}}", "type", "valueRead", "resp", "list", entries.release()));
+  return JsonObjectBuilder()
+      .text("type", "valueRead")
+      .take("resp", JsonObjectBuilder().take("list", entries.done()).done())
+      .done();
 }
 
 }  // namespace tavio

@@ -58,17 +58,15 @@ class Answer {
   }
 
   [[nodiscard]] JsonPtr entry() const {
-    JsonPtr entry = json_own(json_object());
-    json_set(entry.get(), "k", json_own(json_string(identifier_)));
-    json_set(entry.get(), "v", json_text_string(value_));
-    json_set(entry.get(), "status", json_own(json_string(ok_ ? "ok" : "failed")));
+    JsonObjectBuilder entry;
+    entry.text("k", identifier_).text("v", value_).text("status", ok_ ? "ok" : "failed");
     if (!message_.empty()) {
-      json_set(entry.get(), "msg", json_text_string(message_));
+      entry.text("msg", message_);
     }
     if (action_status_ != nullptr) {
-      json_set(entry.get(), "action_status", json_own(json_string(action_status_)));
+      entry.text("action_status", action_status_);
     }
-    return entry;
+    return entry.done();
   }
 
  private:
@@ -233,17 +231,19 @@ JsonPtr handle_value_write(const json_t* req, const Exchange& exchange) {
   if (req == nullptr) {
     return nullptr;
   }
-  JsonPtr entries = json_own(json_array());
+  JsonArrayBuilder entries;
   const json_t* list = json_object_get(req, "list");
   for (std::size_t i = 0; i < json_array_size(list); ++i) {
     const json_t* element = json_array_get(list, i);
     const char* identifier = jget_string(element, "k", "");
     if (identifier[0] != '\0') {
-      json_append(entries.get(),
-                  perform_value_action(exchange, identifier, jget_string(element, "v", "")));
+      entries.add(perform_value_action(exchange, identifier, jget_string(element, "v", "")));
     }
   }
-  return json_own(json_pack("{ss,s{so}}", "type", "valueWrite", "resp", "list", entries.release()));
+  return JsonObjectBuilder()
+      .text("type", "valueWrite")
+      .take("resp", JsonObjectBuilder().take("list", entries.done()).done())
+      .done();
 }
 
 }  // namespace tavio

@@ -27,46 +27,56 @@ constexpr int kDashboardMargin = 3;
 // Collects a group's lines and entries, and whether the lines would fit side by side.
 class GroupBuilder {
  public:
-  explicit GroupBuilder(int width) : width_(width) {}
+  explicit GroupBuilder(const PanelLayout& layout)
+      : width_(layout.chars_per_line - kDashboardMargin), separator_width_(layout.chars_per_line) {}
 
   void add(const std::string& line, bool up, const std::string& entry_id, const char* title,
            const std::string& key) {
-    if (!group_.lines) {
-      group_.lines = json_own(json_array());
-      group_.submenu = json_own(json_array());
+    listed_ = true;
+    JsonObjectBuilder text;
+    text.text("t", line);
+    if (up) {
+      text.text("is", "on");
     }
-    JsonPtr text = JsonObjectBuilder().text("t", line.c_str()).done();
-    if (text && up) {
-      json_object_set_new_nocheck(text.get(), "is", json_string("on"));
-    }
-    json_append(group_.lines.get(), std::move(text));
-    json_append(group_.submenu.get(), menu_item_poll(entry_id.c_str(), title, key.c_str()));
+    lines_.add(text.done());
+    submenu_.add(menu_item_poll(entry_id.c_str(), title, key.c_str()));
     total_ += (total_ > 0 ? 1 : 0) + static_cast<long long>(utf8_length(line));
   }
 
-  // Lines too long to share one panel line get a blank line of their own after them.
+  // Lines too long to share one panel line get a blank line of their own after them; the
+  // entries end with a separator.
   DashboardGroup finish() {
-    if (group_.lines && width_ < total_) {
-      json_append(group_.lines.get(),
-                  json_own(json_pack("{ss}", "t", layout_spaces(width_).c_str())));
+    if (!listed_) {
+      return {};
     }
-    return std::move(group_);
+    if (width_ < total_) {
+      lines_.add(JsonObjectBuilder().text("t", layout_spaces(width_)).done());
+    }
+    submenu_.add(menu_item_separator(separator_width_));
+    return {lines_.done(), submenu_.done()};
   }
 
  private:
   int width_;
+  int separator_width_;
   long long total_ = 0;
-  DashboardGroup group_;
+  bool listed_ = false;
+  JsonArrayBuilder lines_;
+  JsonArrayBuilder submenu_;
 };
 
 // {"id": id, "i": {"il": lines, "m": entries and a separator}}, when the group has lines.
-void append_group(json_t* menu, const char* id, DashboardGroup group, const PanelLayout& layout) {
+JsonPtr group_item(const char* id, DashboardGroup group) {
   if (!group.lines || !group.submenu) {
-    return;
+    return nullptr;
   }
-  json_append(group.submenu.get(), menu_item_separator(layout.chars_per_line));
-  json_append(menu, json_own(json_pack("{ss,s{soso}}", "id", id, "i", "il", group.lines.release(),
-                                       "m", group.submenu.release())));
+  return JsonObjectBuilder()
+      .text("id", id)
+      .take("i", JsonObjectBuilder()
+                     .take("il", std::move(group.lines))
+                     .take("m", std::move(group.submenu))
+                     .done())
+      .done();
 }
 
 // "SSID: Office Guest" while the access point is on, "Wi-Fi AP: OFF" while it is off.
@@ -116,8 +126,8 @@ JsonPtr lock_screen_item() {
 
 }  // namespace
 
-DashboardGroup wan_dashboard_group(int width, bool cellular) {
-  GroupBuilder group(width);
+DashboardGroup wan_dashboard_group(const PanelLayout& layout, bool cellular) {
+  GroupBuilder group(layout);
   const std::optional<WanStatusList> wans = wan_status_collect(std::nullopt);
   if (wans) {
     for (const WanStatus& wan : wans->items) {
@@ -132,8 +142,8 @@ DashboardGroup wan_dashboard_group(int width, bool cellular) {
   return group.finish();
 }
 
-DashboardGroup vpn_dashboard_group(int width) {
-  GroupBuilder group(width);
+DashboardGroup vpn_dashboard_group(const PanelLayout& layout) {
+  GroupBuilder group(layout);
   const std::optional<VpnStatusList> vpns = vpn_status_collect();
   if (vpns) {
     for (const VpnStatus& vpn : vpns->items) {
@@ -150,32 +160,26 @@ DashboardGroup vpn_dashboard_group(int width) {
   return group.finish();
 }
 
-bool dashboard_items(json_t* menu, const PanelLayout& layout) {
-  if (menu == nullptr) {
-    return false;
-  }
-  const int width = layout.chars_per_line - kDashboardMargin;
-  append_group(menu, "wan_info_dashboard", wan_dashboard_group(width, false), layout);
-  append_group(menu, "cellular_wan_info_dashboard", wan_dashboard_group(width, true), layout);
-  append_group(menu, "vpn_info_dashboard", vpn_dashboard_group(width), layout);
-  json_append(menu, wifi_dashboard_item());
-  json_append(menu, device_name_dashboard_item(layout));
-  return true;
+void dashboard_items(JsonArrayBuilder& menu, const PanelLayout& layout) {
+  menu.add(group_item("wan_info_dashboard", wan_dashboard_group(layout, false)))
+      .add(group_item("cellular_wan_info_dashboard", wan_dashboard_group(layout, true)))
+      .add(group_item("vpn_info_dashboard", vpn_dashboard_group(layout)))
+      .add(wifi_dashboard_item())
+      .add(device_name_dashboard_item(layout));
 }
 
 JsonPtr main_menu_items(bool signed_in, const PanelLayout& layout) {
   const std::optional<WanStatusList> wans = wan_status_collect(std::nullopt);
   const WanStatusList* wan_list = wans ? &*wans : nullptr;
-  JsonPtr menu = json_own(json_array());
-  json_append(menu.get(), build_ha_status_item(layout));
-  json_append(menu.get(), build_system_status_menu(wan_list, layout));
-  json_append(menu.get(), power_menu_main(layout));
-  json_append(menu.get(), maintenance_menu(wan_list, layout));
+  JsonArrayBuilder menu;
+  menu.add(build_ha_status_item(layout))
+      .add(build_system_status_menu(wan_list, layout))
+      .add(power_menu_main(layout))
+      .add(maintenance_menu(wan_list, layout));
   if (signed_in) {
-    json_append(menu.get(), lock_screen_item());
+    menu.add(lock_screen_item());
   }
-  json_append(menu.get(), menu_item_separator(layout.chars_per_line));
-  return menu;
+  return menu.add(menu_item_separator(layout.chars_per_line)).done();
 }
 
 }  // namespace tavio

@@ -18,19 +18,18 @@ constexpr int kEthernet = 1;
 
 // The media a WAN port may be set to; gigabit only where the port can run it.
 JsonPtr media_choices(int port) {
-  JsonPtr choices = json_own(json_array());
+  JsonArrayBuilder choices;
   for (const std::string& media : port_media_choices(port)) {
-    json_append(choices.get(), json_text_string(media));
+    choices.text(media);
   }
-  return choices;
+  return choices.done();
 }
 
 // Port speed
 //   LAN (read only), one entry per Ethernet WAN port
 JsonPtr port_speed_submenu(const WanStatusList* wans, const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
-  json_append(items.get(),
-              menu_item_poll(item::kLanPortSpeed.name, "LAN", item::kLanPortSpeed.name));
+  JsonArrayBuilder items;
+  items.add(menu_item_poll(item::kLanPortSpeed.name, "LAN", item::kLanPortSpeed.name));
   if (wans != nullptr) {
     for (const WanStatus& wan : wans->items) {
       // Cellular and other links have no speed to set.
@@ -39,14 +38,16 @@ JsonPtr port_speed_submenu(const WanStatusList* wans, const PanelLayout& layout)
       }
       const std::string id = format_item_id(item::kWanPortSpeed, {wan.id, ""});
       const std::string hint = format_text(kHintCapacity, "%s speed?", wan.name.c_str());
-      json_append(items.get(),
-                  menu_item_entry(id.c_str(), wan.name.c_str(), MenuAccess::kReadWrite, id.c_str(),
-                                  kPollSeconds, hint.c_str(), media_choices(wan.id)));
+      items.add(menu_item_entry(id.c_str(), wan.name.c_str(), MenuAccess::kReadWrite, id.c_str(),
+                                kPollSeconds, hint.c_str(), media_choices(wan.id)));
     }
   }
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return json_own(
-      json_pack("{ss,ss,so}", "id", "port_speed_main", "t", "Port speed", "m", items.release()));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return JsonObjectBuilder()
+      .text("id", "port_speed_main")
+      .text("t", "Port speed")
+      .take("m", items.done())
+      .done();
 }
 
 // A question the panel asks before it writes key; the first choice is the harmless one.
@@ -58,19 +59,23 @@ JsonPtr confirmation(const ItemKey& key, const char* title, const char* hint, Me
 }  // namespace
 
 JsonPtr maintenance_menu(const WanStatusList* wans, const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
-  json_append(items.get(), port_speed_submenu(wans, layout));
+  JsonArrayBuilder items;
+  items.add(port_speed_submenu(wans, layout));
   const MenuAccess write = MenuAccess::kWrite;
-  json_append(items.get(), confirmation(item::kReboot, "Reboot", "Reboot?", write, "No", "Yes"));
-  json_append(items.get(), confirmation(item::kResetAdminPassword, "Reset Admin Password",
-                                        "Reset to \"pilot\"?", write, "No", "Yes"));
-  json_append(items.get(), confirmation(item::kRestoreFactory, "Factory defaults",
-                                        "Factory defaults?", write, "No", "Yes"));
-  json_append(items.get(), confirmation(item::kRemoteAssist, "Remote Assistance",
-                                        "Remote Assistance?", MenuAccess::kReadWrite, "Off", "On"));
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return json_own(json_pack("{ss,ss,si,so}", "id", "maintenance_main", "t", "Maintenance", "sz",
-                            layout.font_size, "m", items.release()));
+  items.add(confirmation(item::kReboot, "Reboot", "Reboot?", write, "No", "Yes"));
+  items.add(confirmation(item::kResetAdminPassword, "Reset Admin Password", "Reset to \"pilot\"?",
+                         write, "No", "Yes"));
+  items.add(confirmation(item::kRestoreFactory, "Factory defaults", "Factory defaults?", write,
+                         "No", "Yes"));
+  items.add(confirmation(item::kRemoteAssist, "Remote Assistance", "Remote Assistance?",
+                         MenuAccess::kReadWrite, "Off", "On"));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return JsonObjectBuilder()
+      .text("id", "maintenance_main")
+      .text("t", "Maintenance")
+      .integer("sz", layout.font_size)
+      .take("m", items.done())
+      .done();
 }
 
 }  // namespace tavio

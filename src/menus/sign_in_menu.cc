@@ -1,6 +1,9 @@
 #include "menus/sign_in_menu.h"
 
+#include <utility>
+
 #include "protocol/item_ids.h"
+#include "protocol/json_build.h"
 
 namespace tavio {
 namespace {
@@ -11,18 +14,31 @@ constexpr int kPasscodeLength = 4;
 }  // namespace
 
 JsonPtr panel_sign_in_menu(const PanelLayout& layout) {
-  JsonPtr menu = json_own(json_array());
-  json_t* content =
-      json_pack("{ss,ss,ss,ss,si,si}", "ht", "Passcode:", "a", "w", "it", "ks", "k",
-                item::kPanelPasscode.name, "i_min", kPasscodeLength, "i_max", kPasscodeLength);
-  json_array_append_new(
-      menu.get(), json_pack("{ss,ss,si,so}", "id", "panel_sign_in", "t", "Please sign in", "sz",
-                            layout.font_size, "c", content));
-  return menu;
+  JsonPtr content = JsonObjectBuilder()
+                        .text("ht", "Passcode:")
+                        .text("a", "w")
+                        .text("it", "ks")
+                        .text("k", item::kPanelPasscode.name)
+                        .integer("i_min", kPasscodeLength)
+                        .integer("i_max", kPasscodeLength)
+                        .done();
+  return JsonArrayBuilder()
+      .add(JsonObjectBuilder()
+               .text("id", "panel_sign_in")
+               .text("t", "Please sign in")
+               .integer("sz", layout.font_size)
+               .take("c", std::move(content))
+               .done())
+      .done();
 }
 
 JsonPtr keyset_input_list() {
-  return json_own(json_pack("[{ss,s[s]}]", "tp", "ks", "cl", "0123456789ABCDEF"));
+  return JsonArrayBuilder()
+      .add(JsonObjectBuilder()
+               .text("tp", "ks")
+               .take("cl", JsonArrayBuilder().text("0123456789ABCDEF").done())
+               .done())
+      .done();
 }
 
 }  // namespace tavio

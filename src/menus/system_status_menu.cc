@@ -6,6 +6,7 @@
 
 #include "layout/panel_text.h"
 #include "protocol/item_ids.h"
+#include "protocol/json_build.h"
 #include "protocol/menu_items.h"
 #include "status/lan_ha_status.h"
 #include "status/port_status.h"
@@ -39,99 +40,101 @@ JsonPtr numbered_entry(const ItemKey& family, int id, const std::string& title) 
 //   Firmware version, Device name, Hardware revision, Serial number  (texts)
 //   System time, System up time, CPU Load                            (entries)
 JsonPtr system_submenu(const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   const std::optional<DeviceInfo> info = device_info_collect();
   const DeviceInfo* device = info ? &*info : nullptr;
-  json_append(items.get(), identity_item("system_fw", "Firmware version",
-                                         render_firmware(device, layout), layout));
-  json_append(items.get(), identity_item("system_device_name", "Device name",
-                                         render_device_name(device, layout), layout));
-  json_append(items.get(), identity_item("system_hw_ver", "Hardware revision",
-                                         render_hardware_revision(device, layout), layout));
-  json_append(items.get(), identity_item("system_sn", "Serial number",
-                                         render_serial_number(device, layout), layout));
-  json_append(items.get(),
-              menu_item_poll("system_time", "System time", item::kSystemTime.name, kClockTtl));
-  json_append(items.get(), menu_item_poll("system_uptime", "System up time", item::kUptime.name));
-  json_append(items.get(), menu_item_poll("system_cpuload", "CPU Load", item::kCpuLoad.name));
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu("system_sub", "System", std::move(items));
+  items.add(
+      identity_item("system_fw", "Firmware version", render_firmware(device, layout), layout));
+  items.add(identity_item("system_device_name", "Device name", render_device_name(device, layout),
+                          layout));
+  items.add(identity_item("system_hw_ver", "Hardware revision",
+                          render_hardware_revision(device, layout), layout));
+  items.add(
+      identity_item("system_sn", "Serial number", render_serial_number(device, layout), layout));
+  items.add(menu_item_poll("system_time", "System time", item::kSystemTime.name, kClockTtl));
+  items.add(menu_item_poll("system_uptime", "System up time", item::kUptime.name));
+  items.add(menu_item_poll("system_cpuload", "CPU Load", item::kCpuLoad.name));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu("system_sub", "System", items.done());
 }
 
 // LAN
 //   Port 1 ... Port N  (the listed LAN ports), IP Address
 JsonPtr lan_submenu(const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   if (const std::optional<PortStatusList> ports = port_status_collect(std::nullopt)) {
     for (const PortStatus& port : ports->items) {
       if (!port.name.empty()) {
-        json_append(items.get(), numbered_entry(item::kLanPortStatus, port.id, port.name));
+        items.add(numbered_entry(item::kLanPortStatus, port.id, port.name));
       }
     }
   }
-  json_append(items.get(), menu_item_poll("system_lan_ip", "IP Address", item::kLanIp.name));
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu("lan_status_main", "LAN", std::move(items));
+  items.add(menu_item_poll("system_lan_ip", "IP Address", item::kLanIp.name));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu("lan_status_main", "LAN", items.done());
 }
 
 // WAN
 //   one entry per enabled connection, titled with its name
 JsonPtr wan_submenu(const WanStatusList* wans, const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   if (wans != nullptr) {
     for (const WanStatus& wan : wans->items) {
-      json_append(items.get(), numbered_entry(item::kWanStatus, wan.id, wan.name));
+      items.add(numbered_entry(item::kWanStatus, wan.id, wan.name));
     }
   }
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu("wan_status_main", "WAN", std::move(items));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu("wan_status_main", "WAN", items.done());
 }
 
 // VPN
 //   one entry per profile with a name and a link state; "VPN Disabled" without the service
 JsonPtr vpn_submenu(const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   if (const std::optional<VpnStatusList> vpns = vpn_status_collect()) {
     for (const VpnStatus& vpn : vpns->items) {
       if (!vpn.name.empty()) {  // a link state nobody knows is listed all the same
-        json_append(items.get(), numbered_entry(item::kVpnStatus, vpn.id, vpn.name));
+        items.add(numbered_entry(item::kVpnStatus, vpn.id, vpn.name));
       }
     }
-    json_append(items.get(), menu_item_separator(layout.chars_per_line));
+    items.add(menu_item_separator(layout.chars_per_line));
   } else {
     const std::string text =
         cut_text(layout_wrap("VPN Disabled", layout.chars_per_line), kVpnDisabledCapacity);
-    json_append(items.get(),
-                json_own(json_pack("{ss,ss}", "id", "vpn_status_disable", "st", text.c_str())));
+    items.add(JsonObjectBuilder().text("id", "vpn_status_disable").text("st", text).done());
   }
-  return menu_item_submenu("vpn_status_main", "VPN", std::move(items));
+  return menu_item_submenu("vpn_status_main", "VPN", items.done());
 }
 
 // Bandwidth
 //   Throughput in, Throughput out, Data transfer'd
 JsonPtr bandwidth_submenu(const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   for (const auto& [key, title] : {std::pair{item::kThroughputIn, "Throughput in"},
                                    std::pair{item::kThroughputOut, "Throughput out"},
                                    std::pair{item::kDataTransfer, "Data transfer'd"}}) {
-    json_append(items.get(), menu_item_poll(key.name, title, key.name));
+    items.add(menu_item_poll(key.name, title, key.name));
   }
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu("bw_main", "Bandwidth", std::move(items));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu("bw_main", "Bandwidth", items.done());
 }
 
 }  // namespace
 
 JsonPtr build_system_status_menu(const WanStatusList* wans, const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
-  json_append(items.get(), system_submenu(layout));
-  json_append(items.get(), lan_submenu(layout));
-  json_append(items.get(), wan_submenu(wans, layout));
-  json_append(items.get(), vpn_submenu(layout));
-  json_append(items.get(), bandwidth_submenu(layout));
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return json_own(json_pack("{ss,ss,si,so}", "id", "system_main", "t", "System status", "sz",
-                            layout.font_size, "m", items.release()));
+  JsonArrayBuilder items;
+  items.add(system_submenu(layout));
+  items.add(lan_submenu(layout));
+  items.add(wan_submenu(wans, layout));
+  items.add(vpn_submenu(layout));
+  items.add(bandwidth_submenu(layout));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return JsonObjectBuilder()
+      .text("id", "system_main")
+      .text("t", "System status")
+      .integer("sz", layout.font_size)
+      .take("m", items.done())
+      .done();
 }
 
 JsonPtr build_ha_status_item(const PanelLayout& layout) {
@@ -139,10 +142,17 @@ JsonPtr build_ha_status_item(const PanelLayout& layout) {
   if (!title || title->empty()) {
     return nullptr;
   }
-  return json_own(json_pack("{ss,ss,si,s{ss,ss,si,ss}}", "id", "ha_main", "t", title->c_str(), "sz",
-                            layout.font_size, "c", "qt", "poll", "a",
-                            menu_access_word(MenuAccess::kRead), "ttl", kPollSeconds, "k",
-                            item::kHaStatus.name));
+  return JsonObjectBuilder()
+      .text("id", "ha_main")
+      .text("t", *title)
+      .integer("sz", layout.font_size)
+      .take("c", JsonObjectBuilder()
+                     .text("qt", "poll")
+                     .text("a", menu_access_word(MenuAccess::kRead))
+                     .integer("ttl", kPollSeconds)
+                     .text("k", item::kHaStatus.name)
+                     .done())
+      .done();
 }
 
 }  // namespace tavio

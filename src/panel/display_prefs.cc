@@ -8,6 +8,7 @@
 #include "platform/os.h"
 #include "platform/router_paths.h"
 #include "platform/router_support.h"
+#include "protocol/json_build.h"
 #include "protocol/json_get.h"
 #include "sources/outside_text.h"
 #include "tavio/panel_layout.h"
@@ -69,8 +70,11 @@ std::optional<FontGrid> find_font_grid(const json_t* font_table, std::int32_t fo
 
 bool save_font_grid(const char* serial, const FontGrid& grid) {
   const std::optional<HostPath> path = font_file(serial);
-  const JsonPtr saved = json_own(
-      json_pack("{si,si,si}", "sz", grid.font_size, "ln", grid.lines, "ch", grid.chars_per_line));
+  const JsonPtr saved = JsonObjectBuilder()
+                            .integer("sz", grid.font_size)
+                            .integer("ln", grid.lines)
+                            .integer("ch", grid.chars_per_line)
+                            .done();
   if (!path || !saved) {
     return false;
   }

@@ -10,6 +10,7 @@
 #include "platform/router_paths.h"
 #include "power/unit_commands.h"
 #include "protocol/item_ids.h"
+#include "protocol/json_build.h"
 #include "protocol/json_get.h"
 #include "protocol/menu_items.h"
 #include "sources/device_tool.h"
@@ -149,14 +150,13 @@ std::optional<ExternalPower> extpower_collect() {
 }
 
 JsonPtr power_consumption_menu_items(const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   const std::string title = extpower_source_title();
-  json_append(items.get(),
-              menu_item_poll(item::kInputPower.name, title.c_str(), item::kInputPower.name));
-  json_append(items.get(), menu_item_submenu("pwr_consume_status_battery_menu_static", "Battery",
-                                             battery_menu_items(layout)));
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return items;
+  items.add(menu_item_poll(item::kInputPower.name, title.c_str(), item::kInputPower.name));
+  items.add(menu_item_submenu("pwr_consume_status_battery_menu_static", "Battery",
+                              battery_menu_items(layout)));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return items.done();
 }
 
 JsonPtr battery_menu_items(const PanelLayout& layout) {
@@ -164,16 +164,16 @@ JsonPtr battery_menu_items(const PanelLayout& layout) {
   if (!power || !power->batteries || power->batteries->empty()) {
     return menu_item_custom_content(kNoBatteryStatus, layout);
   }
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   for (const Battery& battery : *power->batteries) {
     if (battery.name.empty()) {
       continue;  // the panel has nothing to title it with
     }
     const std::string id = format_item_id(item::kBattery, {battery.id, ""});
-    json_append(items.get(), menu_item_poll(id.c_str(), battery.name.c_str(), id.c_str()));
+    items.add(menu_item_poll(id.c_str(), battery.name.c_str(), id.c_str()));
   }
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return items;
+  items.add(menu_item_separator(layout.chars_per_line));
+  return items.done();
 }
 
 std::string extpower_source_title() {

@@ -9,6 +9,7 @@
 #include "layout/panel_text.h"
 #include "power/unit_status.h"
 #include "protocol/item_ids.h"
+#include "protocol/json_build.h"
 #include "protocol/menu_items.h"
 
 namespace tavio {
@@ -82,33 +83,28 @@ JsonPtr schedule_item(const std::string& serial, int number, const UnitSchedule&
 JsonPtr pmu_config_menu(PowerUnitType type, int port_count, const std::string& serial,
                         const UnitConfig& config, const ProtectedPorts& protected_ports,
                         const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   if (!config.reset_delay.empty()) {
-    json_append(
-        items.get(),
+    items.add(
         unit_text_item("pmu_conf_pwr_on_delay_%s", serial, "Power On Delay", "Power On Delay:",
                        format_text(kTextCapacity, "%s sec", config.reset_delay.c_str()), layout));
   }
   const bool pmu = type == PowerUnitType::kIntegratedPmu || type == PowerUnitType::kExternalPmu;
   if (pmu) {
-    json_append(items.get(),
-                unit_text_item("pmu_conf_ign_sense_%s", serial, "Ignition Sense", "Ignition Sense:",
-                               config.starts_on_ignition ? "Enable" : "Disable", layout));
+    items.add(unit_text_item("pmu_conf_ign_sense_%s", serial, "Ignition Sense", "Ignition Sense:",
+                             config.starts_on_ignition ? "Enable" : "Disable", layout));
   }
   if (type == PowerUnitType::kIntegratedPmu && port_count >= 1 && config.output_voltage) {
-    json_append(items.get(),
-                volts_per_port(*config.output_voltage, port_count, "pmu_conf_out_volt_%s", serial,
-                               "Output Voltage", {}, layout));
+    items.add(volts_per_port(*config.output_voltage, port_count, "pmu_conf_out_volt_%s", serial,
+                             "Output Voltage", {}, layout));
   }
   if (config.schedules) {
-    json_append(items.get(),
-                pmu_schedule_menu(port_count, serial, *config.schedules, protected_ports, layout));
+    items.add(pmu_schedule_menu(port_count, serial, *config.schedules, protected_ports, layout));
   }
-  json_append(items.get(), pmu_port_control_menu(port_count, serial, protected_ports, layout));
-  json_append(items.get(), pmu_threshold_menu(port_count, serial, config, protected_ports, layout));
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu(id_of("pmu_dev_conf_%s", serial).c_str(), "Device Config",
-                           std::move(items));
+  items.add(pmu_port_control_menu(port_count, serial, protected_ports, layout));
+  items.add(pmu_threshold_menu(port_count, serial, config, protected_ports, layout));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu(id_of("pmu_dev_conf_%s", serial).c_str(), "Device Config", items.done());
 }
 
 JsonPtr menu_item_port_values(const PortTexts& values, int port_count, const std::string& id,
@@ -142,26 +138,22 @@ JsonPtr menu_item_port_values(const PortTexts& values, int port_count, const std
 //   Min. Voltage            one line per unprotected port
 JsonPtr pmu_threshold_menu(int port_count, const std::string& serial, const UnitConfig& config,
                            const ProtectedPorts& protected_ports, const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   if (!config.max_temperature.empty()) {
-    json_append(
-        items.get(),
-        unit_text_item("pmu_thres_max_temp_%s", serial, "Max. Temperature", "Max. Temperature:",
-                       format_text(kTextCapacity, "%s degree Cel.", config.max_temperature.c_str()),
-                       layout));
+    items.add(unit_text_item(
+        "pmu_thres_max_temp_%s", serial, "Max. Temperature", "Max. Temperature:",
+        format_text(kTextCapacity, "%s degree Cel.", config.max_temperature.c_str()), layout));
   }
   if (config.max_voltage) {
-    json_append(items.get(),
-                volts_per_port(*config.max_voltage, port_count, "pmu_thres_max_in_volt_%s", serial,
-                               "Max. Voltage", protected_ports, layout));
+    items.add(volts_per_port(*config.max_voltage, port_count, "pmu_thres_max_in_volt_%s", serial,
+                             "Max. Voltage", protected_ports, layout));
   }
   if (config.min_voltage) {
-    json_append(items.get(),
-                volts_per_port(*config.min_voltage, port_count, "pmu_thres_min_in_volt_%s", serial,
-                               "Min. Voltage", protected_ports, layout));
+    items.add(volts_per_port(*config.min_voltage, port_count, "pmu_thres_min_in_volt_%s", serial,
+                             "Min. Voltage", protected_ports, layout));
   }
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu(id_of("pmu_thres_%s", serial).c_str(), "Thresholds", std::move(items));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu(id_of("pmu_thres_%s", serial).c_str(), "Thresholds", items.done());
 }
 
 // Port Control
@@ -189,13 +181,13 @@ JsonPtr pmu_port_control_menu(int port_count, const std::string& serial,
   if (keys.size() == 1) {
     return port_control_item(id.c_str(), "Port Control", keys.front().second);
   }
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   for (const auto& [port, key] : keys) {
     const std::string title = format_text(kTextCapacity, "Port %d Control", port);
-    json_append(items.get(), port_control_item(key.c_str(), title.c_str(), key));
+    items.add(port_control_item(key.c_str(), title.c_str(), key));
   }
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu(id.c_str(), "Port Control", std::move(items));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu(id.c_str(), "Port Control", items.done());
 }
 
 // Schedules
@@ -209,14 +201,13 @@ JsonPtr pmu_schedule_menu(int port_count, const std::string& serial,
         cut_text(layout_wrap("No Schedule Defined", layout.chars_per_line), kNoScheduleCapacity);
     return menu_item_text(id.c_str(), "Schedules", text.c_str(), layout);
   }
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   int number = 0;
   for (const UnitSchedule& schedule : schedules) {
-    json_append(items.get(),
-                schedule_item(serial, ++number, schedule, port_count, protected_ports, layout));
+    items.add(schedule_item(serial, ++number, schedule, port_count, protected_ports, layout));
   }
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu(id.c_str(), "Schedules", std::move(items));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu(id.c_str(), "Schedules", items.done());
 }
 
 std::size_t pmu_schedule_actions(int port_count, const PortTexts& actions,

@@ -16,9 +16,6 @@ namespace {
 
 // A menu node packed with the layout's font size: the top nodes of the power tree.
 JsonPtr sized_node(const char* id, const char* title, JsonPtr items, const PanelLayout& layout) {
-  if (!items) {
-    return nullptr;
-  }
   return JsonObjectBuilder()
       .text("id", id)
       .text("t", title)
@@ -41,17 +38,17 @@ struct StatusRow {
 template <std::size_t N>
 JsonPtr status_menu(const StatusRow (&rows)[N], const std::string& serial,
                     const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   for (const StatusRow& row : rows) {
     const std::optional<std::string> id = exact_item_id(row.family, {0, serial});
     if (!id) {
       return nullptr;
     }
-    json_append(items.get(), menu_item_poll(id->c_str(), row.title, id->c_str()));
+    items.add(menu_item_poll(id->c_str(), row.title, id->c_str()));
   }
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
+  items.add(menu_item_separator(layout.chars_per_line));
   return menu_item_submenu(with_serial("pmu_dev_status_%s", serial).c_str(), "Device Status",
-                           std::move(items));
+                           items.done());
 }
 
 // Device Status of a PMU: port states, temperature, input and output figures.
@@ -97,7 +94,7 @@ JsonPtr label_item(const char* id_format, const std::string& serial, const char*
 // Device Info of an external PMU.
 JsonPtr pmu_info_menu(const UnitDetails& details, const PanelLayout& layout) {
   const std::string& serial = details.serial;
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   const struct {
     const char* id;
     const char* title;
@@ -111,12 +108,12 @@ JsonPtr pmu_info_menu(const UnitDetails& details, const PanelLayout& layout) {
   };
   for (const auto& row : rows) {
     if (!row.value.empty()) {
-      json_append(items.get(), label_item(row.id, serial, row.title, row.label, row.value, layout));
+      items.add(label_item(row.id, serial, row.title, row.label, row.value, layout));
     }
   }
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
+  items.add(menu_item_separator(layout.chars_per_line));
   return menu_item_submenu(with_serial("pmu_dev_info_%s", serial).c_str(), "Device Info",
-                           std::move(items));
+                           items.done());
 }
 
 // Network of an external PMU; other units have none.
@@ -125,7 +122,7 @@ JsonPtr pmu_network_menu(PowerUnitType type, const std::string& serial,
   if (type != PowerUnitType::kExternalPmu || !network) {
     return nullptr;
   }
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   const struct {
     const char* id;
     const char* title;
@@ -139,10 +136,10 @@ JsonPtr pmu_network_menu(PowerUnitType type, const std::string& serial,
       {"pmu_nw_dns_status_%s", "DNS", "DNS:", network->dns},
   };
   for (const auto& row : rows) {
-    json_append(items.get(), label_item(row.id, serial, row.title, row.label, row.value, layout));
+    items.add(label_item(row.id, serial, row.title, row.label, row.value, layout));
   }
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu(with_serial("pmu_nw_%s", serial).c_str(), "Network", std::move(items));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return menu_item_submenu(with_serial("pmu_nw_%s", serial).c_str(), "Network", items.done());
 }
 
 // The port count a unit's own menu is built for; nothing when the unit lacks device
@@ -178,24 +175,23 @@ JsonPtr power_menu_external(const PowerUnitList& list, const PanelLayout& layout
   if (units.empty()) {
     return nullptr;
   }
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   for (const PowerUnit* unit : units) {
     const std::string serial = cut_text(unit->serial, kItemIdCapacity);
     // A unit whose own menu cannot be built has no entry, yet the list is still shown.
-    json_append(items.get(),
-                menu_item_submenu(with_serial("pmu_%s", serial).c_str(), serial.c_str(),
-                                  pmu_unit_menu(PowerUnitType::kExternalPmu, *unit, layout)));
+    items.add(menu_item_submenu(with_serial("pmu_%s", serial).c_str(), serial.c_str(),
+                                pmu_unit_menu(PowerUnitType::kExternalPmu, *unit, layout)));
   }
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return sized_node("ext_pmu_menu", "External PMU", std::move(items), layout);
+  items.add(menu_item_separator(layout.chars_per_line));
+  return sized_node("ext_pmu_menu", "External PMU", items.done(), layout);
 }
 
 JsonPtr pmu_items(const PowerUnitList& list, const PanelLayout& layout) {
-  JsonPtr items = json_own(json_array());
-  json_append(items.get(), power_menu_local(list, layout));
-  json_append(items.get(), power_menu_external(list, layout));
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return items;
+  JsonArrayBuilder items;
+  items.add(power_menu_local(list, layout));
+  items.add(power_menu_external(list, layout));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return items.done();
 }
 
 }  // namespace
@@ -206,15 +202,15 @@ JsonPtr pmu_unit_menu(PowerUnitType type, const PowerUnit& unit, const PanelLayo
     return nullptr;
   }
   const UnitDetails& details = *unit.details;
-  JsonPtr items = json_own(json_array());
+  JsonArrayBuilder items;
   if (type == PowerUnitType::kExternalPmu) {
-    json_append(items.get(), pmu_info_menu(details, layout));
+    items.add(pmu_info_menu(details, layout));
   }
-  json_append(items.get(), pmu_status_menu(type, details.serial, layout));
-  json_append(items.get(), pmu_config_menu(type, *ports, details.serial, *unit.config, {}, layout));
-  json_append(items.get(), pmu_network_menu(type, details.serial, unit.config->network, layout));
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return items;
+  items.add(pmu_status_menu(type, details.serial, layout));
+  items.add(pmu_config_menu(type, *ports, details.serial, *unit.config, {}, layout));
+  items.add(pmu_network_menu(type, details.serial, unit.config->network, layout));
+  items.add(menu_item_separator(layout.chars_per_line));
+  return items.done();
 }
 
 JsonPtr pdu_unit_menu(const PowerUnit& unit, const PanelLayout& layout) {
@@ -223,13 +219,13 @@ JsonPtr pdu_unit_menu(const PowerUnit& unit, const PanelLayout& layout) {
     return nullptr;
   }
   const UnitDetails& details = *unit.details;
-  JsonPtr items = json_own(json_array());
-  json_append(items.get(), pdu_status_menu(details.serial, layout));
-  json_append(items.get(), pmu_config_menu(PowerUnitType::kPdu, *ports, details.serial,
-                                           *unit.config, details.management_ports, layout));
+  JsonArrayBuilder items;
+  items.add(pdu_status_menu(details.serial, layout));
+  items.add(pmu_config_menu(PowerUnitType::kPdu, *ports, details.serial, *unit.config,
+                            details.management_ports, layout));
   // Only external PMUs have a network of their own: a PDU shows no network submenu.
-  json_append(items.get(), menu_item_separator(layout.chars_per_line));
-  return items;
+  items.add(menu_item_separator(layout.chars_per_line));
+  return items.done();
 }
 
 JsonPtr power_menu_main(const PanelLayout& layout) {

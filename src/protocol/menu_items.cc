@@ -23,7 +23,7 @@ JsonPtr menu_item_separator(std::int32_t count) {
       count <= 0 ? 0
                  : std::min<std::size_t>(static_cast<std::size_t>(count), kSeparatorCapacity - 1);
   const std::string line(dashes, '-');
-  return JsonObjectBuilder().text("t", line.c_str()).done();
+  return JsonObjectBuilder().text("t", line).done();
 }
 
 JsonPtr menu_item_text(const char* id, const char* title, const char* text,
@@ -34,7 +34,7 @@ JsonPtr menu_item_text(const char* id, const char* title, const char* text,
   const std::string kept = cut_text(text, kTextCapacity);
   const std::string laid_out = layout_finish(layout, kept, kTextCapacity);
   JsonObjectBuilder item;
-  item.text("t", title).take("c", JsonObjectBuilder().text("st", laid_out.c_str()).done());
+  item.text("t", title).take("c", JsonObjectBuilder().text("st", laid_out).done());
   if (id != nullptr) {
     item.text("id", id);
   }
@@ -107,32 +107,24 @@ JsonPtr menu_item_poll(const char* id, const char* title, const char* key, std::
 
 JsonPtr menu_item_choice(const char* id, const char* title, const char* hint, MenuAccess access,
                          const char* key, const char* first, const char* second) {
-  JsonPtr choices = json_own(json_array());
-  for (const char* choice : {first, second}) {
-    JsonPtr word = choice == nullptr ? nullptr : json_text_string(choice);
-    if (!word || json_array_append_new(choices.get(), word.release()) != 0) {
-      return nullptr;
-    }
+  if (first == nullptr || second == nullptr) {
+    return nullptr;
   }
   JsonPtr content = JsonObjectBuilder()
                         .text("ht", hint)
                         .text("a", menu_access_word(access))
                         .text("k", key)
-                        .take("select", std::move(choices))
+                        .take("select", JsonArrayBuilder().text(first).text(second).done())
                         .done();
   return JsonObjectBuilder().text("id", id).text("t", title).take("c", std::move(content)).done();
 }
 
 JsonPtr menu_item_custom_content(const char* text, const PanelLayout& layout) {
-  JsonPtr menu = json_own(json_array());
   const std::string wrapped =
       cut_text(layout_wrap(text == nullptr ? "" : text, layout.chars_per_line), kLongTextCapacity);
-  JsonPtr item =
-      JsonObjectBuilder().text("id", "custom_menu_content").text("st", wrapped.c_str()).done();
-  if (menu && item) {
-    json_array_append_new(menu.get(), item.release());
-  }
-  return menu;
+  return JsonArrayBuilder()
+      .add(JsonObjectBuilder().text("id", "custom_menu_content").text("st", wrapped).done())
+      .done();
 }
 
 }  // namespace tavio

@@ -1,6 +1,6 @@
 // Builders of the menu items the display shows: separators, text items, value entries and
-// the custom-content item. Each returns a new reference (or null); appending it to a menu
-// with json_array_append_new(menu, item.release()) hands it to the menu.
+// the custom-content item. Each returns a new reference, or null when there is nothing to show;
+// a menu's JsonArrayBuilder takes it with add() and leaves a null one out.
 #ifndef TAVIO_PROTOCOL_MENU_ITEMS_H
 #define TAVIO_PROTOCOL_MENU_ITEMS_H
 
@@ -48,7 +48,8 @@ enum class MenuAccess { kRead, kWrite, kReadWrite };
 [[nodiscard]] JsonPtr menu_item_choice(const char* id, const char* title, const char* hint,
                                        MenuAccess access, const char* key, const char* first,
                                        const char* second);
-/// A menu array holding {"id": "custom_menu_content", "st": text wrapped}; never null.
+/// A menu array holding {"id": "custom_menu_content", "st": text wrapped}; null only when
+/// memory runs out.
 [[nodiscard]] JsonPtr menu_item_custom_content(const char* text, const PanelLayout& layout);
 
 }  // namespace tavio
