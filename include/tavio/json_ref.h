@@ -4,8 +4,8 @@
 // it must drop with json_decref; a "borrowed reference" belongs to its parent and must not be
 // dropped; a function ending in _new ("steals") takes over the reference passed to it.
 // Here JsonPtr holds a new reference and drops it on scope exit; a plain json_t* or
-// const json_t* is always borrowed. To hand a child to a parent, pass ptr.release() to a
-// *_new call, or use json_append / json_set below, which take the JsonPtr itself.
+// const json_t* is always borrowed. Documents are built by the builders of
+// platform/json_build.h, which take each child as a JsonPtr.
 #ifndef TAVIO_JSON_REF_H
 #define TAVIO_JSON_REF_H
 
@@ -27,22 +27,6 @@ inline JsonPtr json_own(json_t* new_reference) { return JsonPtr(new_reference); 
 
 /// Takes an extra reference on a borrowed value, so it outlives its parent.
 inline JsonPtr json_share(json_t* borrowed) { return JsonPtr(json_incref(borrowed)); }
-
-/// Hands value to array (steals it); a null value, such as a builder that had nothing to add,
-/// is skipped.
-inline void json_append(json_t* array, JsonPtr value) {
-  if (value) {
-    json_array_append_new(array, value.release());
-  }
-}
-
-/// Hands value to object under key (steals it, replacing an earlier member); a null value is
-/// skipped and leaves any earlier member in place.
-inline void json_set(json_t* object, const char* key, JsonPtr value) {
-  if (value) {
-    json_object_set_new(object, key, value.release());
-  }
-}
 
 }  // namespace tavio
 

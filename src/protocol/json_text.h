@@ -21,10 +21,10 @@ constexpr std::size_t kMaxResponseBytes = std::size_t{1024} * 1024;
   return text.size() <= kMaxResponseBytes;
 }
 
-/// document as compact JSON: no white space, members in the order they were set, strings as
-/// they are but for the escapes JSON requires (quote, backslash, control characters); the
-/// same text Jansson's JSON_COMPACT gives. Nothing for a null document or one that is not an
-/// object or an array.
+/// document as compact JSON, written by Jansson (JSON_COMPACT): no white space, members in the
+/// order they were set, strings as they are but for the escapes JSON requires (quote,
+/// backslash, control characters; "/" and characters beyond ASCII unescaped). Nothing for a
+/// null document, one that is not an object or an array, or when memory runs out.
 [[nodiscard]] std::optional<std::string> json_compact_text(const json_t* document);
 
 }  // namespace tavio

@@ -61,7 +61,7 @@ TEST_F(DisplayPrefsTest, FindTakesFirstFullEntryOfTheSize) {
 
 TEST_F(DisplayPrefsTest, SavedGridLoadsBackOrTheOldFileStays) {
   ASSERT_TRUE(save_font_grid("SN42", FontGrid{2, 5, 18}));
-  const JsonPtr expected = json_own(json_pack("{si,si,si}", "sz", 2, "ln", 5, "ch", 18));
+  const JsonPtr expected = parse(R"({"sz":2,"ln":5,"ch":18})");
   EXPECT_TRUE(json_equal(parse(root_.read(kFont).value_or("")).get(), expected.get()));
   const PanelLayout layout = load_font_settings("SN42");
   EXPECT_EQ(layout.chars_per_line, 18);

@@ -9,6 +9,8 @@
 #include <cstdlib>
 #include <string>
 
+#include "protocol/json_build.h"
+
 namespace tavio {
 namespace {
 
@@ -32,7 +34,11 @@ std::string doc(const std::string& literal) {
 
 // A text item in the compact, sorted form; st is the panel text with real line breaks.
 std::string text_item(const char* id, const char* title, const char* st) {
-  const JsonPtr item = json_own(json_pack("{ss,ss,s{ss}}", "id", id, "t", title, "c", "st", st));
+  const JsonPtr item = JsonObjectBuilder()
+                           .text("id", id)
+                           .text("t", title)
+                           .take("c", JsonObjectBuilder().text("st", st).done())
+                           .done();
   return dump(item.get());
 }
 
