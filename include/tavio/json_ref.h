@@ -5,7 +5,7 @@
 // dropped; a function ending in _new ("steals") takes over the reference passed to it.
 // Here JsonPtr holds a new reference and drops it on scope exit; a plain json_t* or
 // const json_t* is always borrowed. Documents are built by the builders of
-// platform/json_build.h, which take each child as a JsonPtr.
+// protocol/json_build.h, which take each child as a JsonPtr.
 #ifndef TAVIO_JSON_REF_H
 #define TAVIO_JSON_REF_H
 
