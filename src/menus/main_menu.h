@@ -9,8 +9,8 @@
 
 namespace tavio {
 
-/// The main menu: HA, System status, Maintenance, Lock screen (signed-in panels only) and a
-/// separator.
+/// The main menu: HA, System status, the power units (PMU or PDU), Maintenance, Lock screen
+/// (signed-in panels only) and a separator.
 [[nodiscard]] JsonPtr main_menu_items(bool signed_in, const PanelLayout& layout);
 /// Adds the dashboard's groups and lines to menu.
 void dashboard_items(JsonArrayBuilder& menu, const PanelLayout& layout);

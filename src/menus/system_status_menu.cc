@@ -19,7 +19,8 @@ namespace {
 
 // The clock changes every second but is read less often than the status figures.
 constexpr int kClockTtl = 30;
-// The "VPN Disabled" text is wrapped into a small buffer.
+// The router keeps this text in a 64-byte buffer: on a narrow grid the wrapped text is cut
+// there, as the panel has always shown it.
 constexpr std::size_t kVpnDisabledCapacity = 64;
 
 using Text = std::optional<std::string>;

@@ -11,7 +11,7 @@
 namespace tavio {
 namespace {
 
-// A separator line never outgrows its 128-byte buffer.
+// A separator is at most 127 dashes, whatever width a damaged font table gives.
 constexpr std::size_t kSeparatorCapacity = 128;
 
 bool is_empty(const char* text) { return text == nullptr || text[0] == '\0'; }
@@ -35,18 +35,6 @@ JsonPtr menu_item_text(const char* id, const char* title, const char* text,
   const std::string laid_out = layout_finish(layout, kept, kTextCapacity);
   JsonObjectBuilder item;
   item.text("t", title).take("c", JsonObjectBuilder().text("st", laid_out).done());
-  if (id != nullptr) {
-    item.text("id", id);
-  }
-  return item.done();
-}
-
-JsonPtr menu_item_text_raw(const char* id, const char* title, const char* text) {
-  if (is_empty(title) || is_empty(text)) {
-    return nullptr;
-  }
-  JsonObjectBuilder item;
-  item.text("t", title).take("c", JsonObjectBuilder().text("st", text).done());
   if (id != nullptr) {
     item.text("id", id);
   }

@@ -26,8 +26,6 @@ enum class MenuAccess { kRead, kWrite, kReadWrite };
 /// {"t": title, "c": {"st": text laid out}} plus "id" when given; null without title or text.
 [[nodiscard]] JsonPtr menu_item_text(const char* id, const char* title, const char* text,
                                      const PanelLayout& layout);
-/// As menu_item_text, with the text taken as it is, at any length.
-[[nodiscard]] JsonPtr menu_item_text_raw(const char* id, const char* title, const char* text);
 /// {"id", "t", "c": {"qt": "poll", "a", "k"}} with "ttl" for a readable entry, "ht" for a
 /// non-empty hint and "select" (stolen) when given; null when a required text is missing or
 /// empty.

@@ -54,7 +54,7 @@ TEST(MenuEntry, MissingRequiredTextGivesNull) {
   }
 }
 
-TEST(MenuText, LaysOutFirst255CharactersRawKeepsAllIdOptional) {
+TEST(MenuText, LaysOutFirst255CharactersIdOptional) {
   const std::string text(300, 'q');
   const std::string cut(255, 'q');
   EXPECT_EQ(dump(menu_item_text("about", "About", text.c_str(), grid(1))),
@@ -62,8 +62,6 @@ TEST(MenuText, LaysOutFirst255CharactersRawKeepsAllIdOptional) {
   // The alternative theme adds its empty top line after the cut.
   EXPECT_EQ(dump(menu_item_text(nullptr, "About", text.c_str(), grid(2))),
             R"({"c":{"st":"\n)" + cut + R"("},"t":"About"})");
-  EXPECT_EQ(dump(menu_item_text_raw(nullptr, "About", text.c_str())),
-            R"({"c":{"st":")" + text + R"("},"t":"About"})");
 }
 
 TEST(MenuText, TitleAndTextRequired) {
@@ -71,7 +69,6 @@ TEST(MenuText, TitleAndTextRequired) {
       {"", "R-200"}, {nullptr, "R-200"}, {"Model", ""}, {"Model", nullptr}};
   for (const auto& [title, text] : missing) {
     EXPECT_FALSE(menu_item_text("m", title, text, grid(1)));
-    EXPECT_FALSE(menu_item_text_raw("m", title, text));
   }
 }
 
