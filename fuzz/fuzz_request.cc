@@ -12,7 +12,7 @@
 // The run byte: bits 0-1 what runs (0 and 3: the body is a request document, answered as
 // tavio -i answers it; 1: the dump, tavio -x TYPE -d, the body unused; 2: the body is tavio's
 // command line, one argument a line up to an empty line, then the request file's text), bit 3
-// the power panel (-x 1), bit 4 a passcode keypad (-K). fuzz/make_corpus writes it as a
+// the power panel (-x 1), bit 4 a passcode keypad (-K). The seeds write it as a
 // printable character, '@' plus the bits.
 //
 // The serials line holds the panel serial, then up to nine unit serials, '|' between them;
