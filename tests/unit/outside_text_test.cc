@@ -19,6 +19,8 @@ TEST(OutsideText, TextThatWouldBeCutOrReadAsAnOptionIsRefused) {
       {"", true},
       {std::string(36, 'a'), true},  // 63 characters: the last that fit
       {std::string(37, 'a'), false},
+      {std::string(36, '9'), true},  // letters and digits up to 'z' and '9' need no quotes
+      {std::string(36, 'z'), true},
       {"a b" + std::string(31, 'c'), true},  // quoted: 36
       {"a b" + std::string(32, 'c'), false},
       {std::string(8, '\''), true},  // each quote takes four: 34 with the quotes around
