@@ -1,4 +1,4 @@
-// The whole of a run in process: a request document, the dump or a command line, with the
+// The whole of a run in process: a request document or the dump, with the
 // replies the router's tools give meanwhile and serials of any shape and length.
 //
 // Input: one byte choosing the run, a line of serials, the body, then the replies, each
@@ -9,20 +9,17 @@
 //   --reply--
 //   {"list": [{"sn": "$1", "prod": "RQ-CELL", "devinfo": {}}]}
 //
-// The run byte: bits 0-1 what runs (0 and 3: the body is a request document, answered as
-// tavio -i answers it; 1: the dump, tavio -x TYPE -d, the body unused; 2: the body is tavio's
-// command line, one argument a line up to an empty line, then the request file's text), bit 3
-// the power panel (-x 1), bit 4 a passcode keypad (-K). fuzz/make_corpus writes it as a
-// printable character, '@' plus the bits.
+// The run byte: bits 0-1 what runs (1: the dump, tavio -x TYPE -d, the body unused; any other:
+// the body is a request document, answered as tavio -i answers it), bit 3 the power panel
+// (-x 1), bit 4 a passcode keypad (-K). The seeds write it as a printable character, '@' plus
+// the bits.
 //
 // The serials line holds the panel serial, then up to nine unit serials, '|' between them;
 // "TEXT*N" stands for TEXT repeated N times, so that a short input makes a serial of any
 // length. In the request document and the replies "$0" stands for the panel serial and "$1" to
-// "$9" for the unit serials (as the contents of a JSON string); in a command line "$0" to "$9"
-// are the serials as they are, "$I" the request file and "$O" the response file. The n-th
+// "$9" for the unit serials (as the contents of a JSON string). The n-th
 // command that reads a reply gets the n-th reply (cycling); a reply "!D..." makes its command
 // end with status D.
-#include <getopt.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -30,12 +27,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "app/options.h"
 #include "app/request_exchange.h"
 #include "app/run.h"
 #include "harness.h"
@@ -47,8 +42,6 @@
 #include "text/text_buffer.h"
 
 namespace {
-
-enum class RunKind { kRequest, kDump, kCommandLine };
 
 constexpr std::size_t kMostSerials = 10;    // the panel's and nine units'
 constexpr std::size_t kMostRepeats = 1024;  // "TEXT*N": N at most this
@@ -109,26 +102,15 @@ std::string json_contents(std::string_view text) {
   return out;
 }
 
-// The files a command line may name; a run that names any other is not made.
-struct RunFiles {
-  std::string request;
-  std::string response;
-};
-
-// text with its placeholders replaced: for JSON (files null) the serials as string contents,
-// for a command line the serials as they are and "$I", "$O" the files. False when the result
-// grows past kMostExpandedBytes.
-bool expand(std::string_view text, const Serials& serials, const RunFiles* files,
-            std::string& out) {
+// text with its placeholders replaced by the serials as JSON string contents. False when the
+// result grows past kMostExpandedBytes.
+bool expand(std::string_view text, const Serials& serials, std::string& out) {
   out.clear();
   for (std::size_t i = 0; i < text.size(); ++i) {
     const char next = i + 1 < text.size() ? text[i + 1] : '\0';
     if (text[i] == '$' && next >= '0' && next <= '9') {
       const std::string& serial = serials[static_cast<std::size_t>(next - '0')];
-      out.append(files == nullptr ? json_contents(serial) : serial);
-      ++i;
-    } else if (text[i] == '$' && files != nullptr && (next == 'I' || next == 'O')) {
-      out.append(next == 'I' ? files->request : files->response);
+      out.append(json_contents(serial));
       ++i;
     } else {
       out.append(1, text[i]);
@@ -211,67 +193,14 @@ void run_tavio_with(std::vector<std::string> args) {
   std::fflush(stdout);
 }
 
-bool file_exists(const std::string& path) { return std::ifstream(path).good(); }
-
-// tavio's command line from the body, one argument a line, then the request file's text
-// after an empty line. A line that names a file other than the two of RunFiles for -i or -o
-// makes no run: tavio writes wherever -o points.
-void run_command_line(std::string_view body, const Serials& serials) {
-  const std::string root(tavio_fuzz::fuzz_root());
-  const RunFiles files{root + "/fuzz-request.json", root + "/fuzz-response.json"};
-  std::vector<std::string> args{"tavio"};
-  std::string expanded;
-  while (!body.empty()) {
-    const std::size_t end = body.find('\n');
-    const std::string_view line = body.substr(0, end);
-    body.remove_prefix(end == std::string_view::npos ? body.size() : end + 1);
-    if (line.empty()) {
-      if (!expand(body, serials, nullptr, expanded)) {
-        return;
-      }
-      std::ofstream(files.request, std::ios::binary) << expanded;
-      break;
-    }
-    if (!expand(line, serials, &files, expanded)) {
-      return;
-    }
-    args.push_back(expanded);
-  }
-
-  // The options as tavio will read them, on a copy: getopt reorders what it is given.
-  std::vector<std::string> copy = args;
-  std::vector<char*> argv;
-  for (std::string& arg : copy) {
-    argv.push_back(&arg[0]);
-  }
-  argv.push_back(nullptr);
-  const tavio::Options options = tavio::parse_options(static_cast<int>(copy.size()), argv.data());
-  if ((!options.input_path.empty() && options.input_path != files.request) ||
-      (!options.output_path.empty() && options.output_path != files.response)) {
-    return;
-  }
-  run_tavio_with(std::move(args));
-
-  // Whatever tavio left as the response is a whole document.
-  if (file_exists(files.response)) {
-    const tavio::JsonPtr written =
-        tavio::json_own(json_load_file(files.response.c_str(), 0, nullptr));
-    if (!written) {
-      tavio_fuzz::fuzz_fail("the response file is not a JSON document", files.response);
-    }
-  }
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
   tavio_fuzz::init_fuzz_root();
-  // The dump and the command line print to standard output: nowhere, here. getopt's own
-  // messages about unknown options are left out as well.
+  // The dump prints to standard output: nowhere, here.
   if (std::freopen("/dev/null", "w", stdout) == nullptr) {
     tavio_fuzz::fuzz_fail("cannot send standard output to /dev/null", "");
   }
-  opterr = 0;
   return 0;
 }
 
@@ -280,9 +209,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   const std::uint8_t choice = data[0];
-  const RunKind kind = (choice & 0x03) == 1   ? RunKind::kDump
-                       : (choice & 0x03) == 2 ? RunKind::kCommandLine
-                                              : RunKind::kRequest;
   const std::string_view input(reinterpret_cast<const char*>(data) + 1, size - 1);
   const std::vector<std::string_view> parts =
       tavio_fuzz::split_input(input, tavio_fuzz::kReplyDelimiter);
@@ -293,27 +219,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::vector<std::string> replies;
   for (std::size_t i = 1; i < parts.size(); ++i) {
     replies.emplace_back();
-    if (!expand(parts[i], serials, nullptr, replies.back())) {
+    if (!expand(parts[i], serials, replies.back())) {
       return 0;
     }
   }
 
   tavio_fuzz::restore_fuzz_root();
   const tavio_fuzz::ServedReplies served(std::move(replies), tavio_fuzz::ReplyStatus::kFromReply);
-  switch (kind) {
-    case RunKind::kRequest: {
-      std::string request;
-      if (expand(body, serials, nullptr, request)) {
-        answer_request(request, choice, serials);
-      }
-      break;
+  if ((choice & 0x03) == 1) {
+    run_tavio_with({"tavio", "-x", (choice & 0x08) != 0 ? "1" : "0", "-d"});
+  } else {
+    std::string request;
+    if (expand(body, serials, request)) {
+      answer_request(request, choice, serials);
     }
-    case RunKind::kDump:
-      run_tavio_with({"tavio", "-x", (choice & 0x08) != 0 ? "1" : "0", "-d"});
-      break;
-    case RunKind::kCommandLine:
-      run_command_line(body, serials);
-      break;
   }
   return 0;
 }

@@ -85,10 +85,21 @@ exchange() {
 report=$top/report
 fail() { echo "FAIL $*" >>"$report"; }
 
+# expect_gone NAME PID_FILE: no process of the file is still alive (killed if it is).
+expect_gone() {
+  local pid
+  while read -r pid; do
+    if [[ -e /proc/$pid ]] && ! grep -q '^State:.Z' "/proc/$pid/status" 2>/dev/null; then
+      fail "$1: process $pid of the run is still alive"
+      kill -9 "$pid" 2>/dev/null || true
+    fi
+  done <"$2"
+}
+
 # expect NAME SECONDS MIN MAX: the exchange took MIN to MAX seconds, succeeded, and left no
 # temporary file and no living process of the run.
 expect() {
-  local name=$1 took=$2 min=$3 max=$4 dir=$top/$1 pid
+  local name=$1 took=$2 min=$3 max=$4 dir=$top/$1
   ((took >= min && took <= max)) || fail "$name: took $took s, expected $min to $max"
   grep -q '^Success to generate output file' "$dir/stdout" ||
     fail "$name: no success line: $(head -c 300 "$dir/stdout")"
@@ -96,12 +107,7 @@ expect() {
     fail "$name: temporary files left: $(ls "$dir/root/var/run/dorva/tavio")"
   if [[ -f $dir/root/pids ]]; then
     sleep 0.5  # a killed process is reaped by its new parent
-    while read -r pid; do
-      if [[ -e /proc/$pid ]] && ! grep -q '^State:.Z' "/proc/$pid/status" 2>/dev/null; then
-        fail "$name: process $pid of the run is still alive"
-        kill -9 "$pid" 2>/dev/null || true
-      fi
-    done <"$dir/root/pids"
+    expect_gone "$name" "$dir/root/pids"
   fi
 }
 
@@ -269,12 +275,7 @@ for signal in TERM KILL; do
   pkill "-$signal" -o -f "$top/killed-$signal/request.json" || fail "killed-$signal: no tavio"
   wait "$runner" || true
   sleep 0.5
-  while read -r pid; do
-    if [[ -e /proc/$pid ]] && ! grep -q '^State:.Z' "/proc/$pid/status" 2>/dev/null; then
-      fail "killed-$signal: process $pid of the run outlived tavio"
-      kill -9 "$pid" 2>/dev/null || true
-    fi
-  done <"$top/killed-$signal/root/pids"
+  expect_gone "killed-$signal" "$top/killed-$signal/root/pids"
 done
 
 wait
@@ -289,12 +290,7 @@ expect_failure_answers budget wget_https
 [[ $(wc -l <"$top/budget/root/calls") -eq 2 ]] ||
   fail "budget: calls after the budget was spent: $(cat "$top/budget/root/calls")"
 sleep $((reload_started + 12 > SECONDS ? reload_started + 12 - SECONDS : 0))
-while read -r pid; do
-  if [[ -e /proc/$pid ]] && ! grep -q '^State:.Z' "/proc/$pid/status" 2>/dev/null; then
-    fail "reload-hangs: process $pid of the panel reload outlived its deadline"
-    kill -9 "$pid" 2>/dev/null || true
-  fi
-done <"$top/reload-hangs/root/pids"
+expect_gone reload-hangs "$top/reload-hangs/root/pids"
 
 if [[ -s $report ]]; then
   cat "$report"

@@ -71,10 +71,9 @@ def logged(line): return ("log", line)
 
 
 CASES = {
-    "reads": [read({"cpuload": CPU_7, "wan_status_1": WAN1_UP, "remote_assist": "On",
-                    "vpn_status_1": VPN_UP})],
     "moving-figures": [
-        ctl("clock", "10"), read({"cpuload": CPU_7, "wan_status_1": WAN1_UP}),
+        ctl("clock", "10"), read({"cpuload": CPU_7, "wan_status_1": WAN1_UP,
+                                  "vpn_status_1": VPN_UP}),
         ctl("clock", "70"), read({"cpuload": CPU_93, "wan_status_1": WAN1_DOWN}),
         ctl("clock", "110"), read({"cpuload": CPU_7, "wan_status_1": WAN1_UP})],
     "remote-assist-switch": [
@@ -86,8 +85,6 @@ CASES = {
         write([("pmu_port_ctrl_%s_2" % PMU, "ON", "ON", "ok")]),
         read({"pmu_port_ctrl_%s_2" % PMU: "ON", "pmu_port_ctrl_%s_1" % PMU: "ON"}),
         logged("capwap_cli iotdevport_set %s 2:on" % PMU)],
-    "reboot-recorded": [
-        write([("reboot", "Yes", "Yes", "ok")]), event('reboot {"enable":true}')],
     "slow-reply": [
         ctl("fault", "slow", "on"),
         read({"cpuload": CPU_7 if OVER_HTTP else "", "wan_status_1": WAN1_UP,

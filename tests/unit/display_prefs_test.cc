@@ -7,6 +7,8 @@
 #include <filesystem>
 #include <string>
 
+#include "handlers/menu_request.h"
+#include "tavio/exchange.h"
 #include "tavio/json_ref.h"
 #include "temp_root.h"
 
@@ -44,6 +46,16 @@ TEST_F(DisplayPrefsTest, SaveThemeOnlyIntoExistingFile) {
   EXPECT_TRUE(save_theme_setting("SN42", nullptr));
   EXPECT_EQ(root_.read(kTheme), "KEEP=\"me\"\nSUPPORT_THEME=\"\"\n");
   EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault);
+}
+
+// A menu request records the panel's theme for the value reads that follow it.
+TEST_F(DisplayPrefsTest, MenuRequestRecordsTheTheme) {
+  root_.write(kTheme, "");
+  Exchange exchange;
+  exchange.serial = "SN42";
+  const JsonPtr req = parse(R"({"panel": {"theme": "google", "font": []}})");
+  static_cast<void>(handle_menu_request(req.get(), exchange));
+  EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kAlternative);
 }
 
 TEST_F(DisplayPrefsTest, FindTakesFirstFullEntryOfTheSize) {

@@ -44,6 +44,9 @@ TEST_F(TaglistTest, ReadsEntries) {
       {"", {}, {"A"}},  // an empty file is an empty list; a missing one is no list
   };
   EXPECT_FALSE(load_taglist(kFile));
+  const std::string long_key(127, 'K');  // the longest key looked up whole
+  root_.write(kFile, long_key + "=1\n");
+  EXPECT_STREQ(get_taglist_default_ex(load_taglist(kFile).get(), "", "%s", long_key.c_str()), "1");
   for (const auto& c : cases) {
     SCOPED_TRACE(c.content);
     root_.write(kFile, c.content);

@@ -61,6 +61,10 @@ TEST(TextBuffer, AppendfFormatsCutsAndDropsAfterEnd) {
   TextBuffer big(1024);
   EXPECT_TRUE(big.appendf("[%s]", long_text.c_str()));
   EXPECT_EQ(big.str(), "[" + long_text + "]");
+  // Pieces around the formatter's first guess.
+  for (const std::size_t n : {std::size_t{255}, std::size_t{256}}) {
+    EXPECT_EQ(format_text(1024, "%s", std::string(n, 'y').c_str()), std::string(n, 'y'));
+  }
   TextBuffer panel(kLongTextCapacity);
   EXPECT_FALSE(panel.appendf("%s", long_text.c_str()));
   EXPECT_EQ(panel.str(), std::string(511, 'x'));
