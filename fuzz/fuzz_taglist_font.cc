@@ -3,6 +3,7 @@
 // The input is written as a taglist file and loaded, read, changed and saved; what was saved
 // must read back the same. Then the first byte is a font size and the rest a font table from
 // a menu request: a grid that matched is saved for the panel and must load back unchanged.
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <fstream>
@@ -59,10 +60,8 @@ void fuzz_taglist(std::string_view text) {
   if (list == nullptr) {
     tavio_fuzz::fuzz_fail("an existing file did not load as a taglist", text);
   }
-  std::vector<std::string> keys(std::begin(kKnownKeys), std::end(kKnownKeys));
-  for (std::string& key : input_keys(text)) {
-    keys.push_back(std::move(key));
-  }
+  std::vector<std::string> keys = input_keys(text);
+  keys.insert(keys.begin(), std::begin(kKnownKeys), std::end(kKnownKeys));
   static_cast<void>(get_taglist_default_ex(list, "", "PIF%d_MEDIA", static_cast<int>(text.size())));
 
   // A change as tavio makes one (a port's media), and one under a key from the input.
@@ -85,11 +84,8 @@ void fuzz_taglist(std::string_view text) {
   for (std::size_t i = 0; i < before.size(); ++i) {
     // A value never spans lines: a line break inside one is saved as a blank.
     std::string expected = before[i].second;
-    for (char& c : expected) {
-      if (c == '\r' || c == '\n') {
-        c = ' ';
-      }
-    }
+    std::replace_if(
+        expected.begin(), expected.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
     if (after[i].second != expected) {
       tavio_fuzz::fuzz_fail("a saved taglist reads back differently at key", before[i].first);
     }

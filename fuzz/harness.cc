@@ -179,9 +179,16 @@ void check_device_call(const tavio::Command& command) {
   }
 }
 
-// The next reply and the status its command ends with.
-std::pair<std::string_view, int> next_reply(const tavio::Command& command) {
+// The next reply, or none when the input holds no replies; with a status other than 0 the
+// command fails.
+std::optional<std::pair<std::string_view, int>> next_reply(const tavio::Command& command) {
   Served& served = *g_served;
+  if (served.replies.empty()) {
+    if (tracing()) {
+      std::fprintf(stderr, "fuzz runner: no reply to %s\n", describe(command).c_str());
+    }
+    return std::nullopt;
+  }
   if (tracing()) {
     std::fprintf(stderr, "fuzz runner: reply %zu to %s\n", served.next % served.replies.size() + 1,
                  describe(command).c_str());
@@ -194,7 +201,7 @@ std::pair<std::string_view, int> next_reply(const tavio::Command& command) {
     status = reply[1] - '0';
     reply.remove_prefix(2);
   }
-  return {reply, status};
+  return std::pair(reply, status);
 }
 
 std::optional<std::string> serve_run(const tavio::Command& command) {
@@ -205,31 +212,24 @@ std::optional<std::string> serve_run(const tavio::Command& command) {
     fuzz_fail("a waited command has no deadline", describe(command));
   }
   if (command.program == "wget_https") {
+    // A POST whose reply nobody reads succeeds; a read with nothing to answer fails.
     const std::string output = check_fetch(command);
-    if (output.empty() || g_served->replies.empty()) {
-      if (tracing()) {
-        std::fprintf(stderr, "fuzz runner: no reply to %s\n", describe(command).c_str());
-      }
-      // A POST whose reply nobody reads succeeds; a read with nothing to answer fails.
-      return output.empty() ? std::optional<std::string>(std::string()) : std::nullopt;
+    if (output.empty()) {
+      return std::string();
     }
-    const auto [reply, status] = next_reply(command);
-    write_whole(output, reply);
-    return status == 0 ? std::optional<std::string>(std::string()) : std::nullopt;
+    const auto reply = next_reply(command);
+    if (reply) {
+      write_whole(output, reply->first);
+    }
+    return reply && reply->second == 0 ? std::optional<std::string>(std::string()) : std::nullopt;
   }
   if (command.program == "capwap_cli") {
     check_device_call(command);
-    if (g_served->replies.empty()) {
-      if (tracing()) {
-        std::fprintf(stderr, "fuzz runner: no reply to %s\n", describe(command).c_str());
-      }
+    const auto reply = next_reply(command);
+    if (!reply || reply->second != 0 || reply->first.size() > tavio::kMaxReplyBytes) {
       return std::nullopt;
     }
-    const auto [reply, status] = next_reply(command);
-    if (status != 0 || reply.size() > tavio::kMaxReplyBytes) {
-      return std::nullopt;
-    }
-    return std::string(reply);
+    return std::string(reply->first);
   }
   fuzz_fail("tavio waits for a program other than wget_https and capwap_cli", describe(command));
 }

@@ -49,7 +49,7 @@ saves=(
 same() { cmp -s <(sed 's/LATEST_ACCESS="[1-9][0-9]*"/LATEST_ACCESS="N"/' "$1" 2>&1) \
   <(sed 's/LATEST_ACCESS="[1-9][0-9]*"/LATEST_ACCESS="N"/' "$2" 2>&1); }
 
-run_tavio() {  # prefix-command... -- args...
+run_tavio() {  # COMMAND...: tavio's command line, maybe behind strace
   check_standins "$repo/sim/bin" || exit 1
   TAVIO_ROOT=$work/root "$@" >/dev/null 2>&1 </dev/null || true
 }
@@ -73,8 +73,7 @@ for save in "${saves[@]}"; do
   fi
   fresh_root
   # strace counts each system call on its own, so "the Nth call" is the Nth call of each kind.
-  TAVIO_ROOT=$work/root strace -c -e trace=%file,%desc -o "$work/count" "${tavio[@]}" \
-    >/dev/null 2>&1 </dev/null || true
+  run_tavio strace -c -e trace=%file,%desc -o "$work/count" "${tavio[@]}"
   mapfile -t kinds < <(awk '$1 ~ /^[0-9.]+$/ && $NF != "total" {print $NF " " $4}' "$work/count")
   calls=0
   for kind in "${kinds[@]}"; do
@@ -92,8 +91,7 @@ for save in "${saves[@]}"; do
         fi
       done
       # A later save finishes the job and leaves nothing of the killed one.
-      find "$work/root" -name '*.tavio-save.*' \
-        -exec touch -d '1 hour ago' {} +
+      find "$work/root" -name '*.tavio-save.*' -exec touch -d '1 hour ago' {} +
       run_tavio "${tavio[@]}"
       leftovers=$(cd "$work/root" && find . -name '*.tavio-save.*')
       [[ -z $leftovers ]] || fail "$name: killed at $syscall $n, left behind: $leftovers"

@@ -72,13 +72,14 @@ with_standins() {
   )
 }
 
-# exchange NAME REQUEST: answers REQUEST (JSON text) into NAME's response file; prints the
-# seconds it took.
+# exchange NAME REQUEST [OPTION...]: answers REQUEST (JSON text) into NAME's response file,
+# tavio given the options too; prints the seconds it took.
 exchange() {
-  local dir=$top/$1 started=$SECONDS
+  local name=$1 dir=$top/$1 started=$SECONDS
   printf '%s\n' "$2" >"$dir/request.json"
-  with_standins "$1" "${emulator[@]}" "$binary" -i "$dir/request.json" -o "$dir/response.json" \
-    >"$dir/stdout" 2>"$dir/stderr" </dev/null
+  shift 2
+  with_standins "$name" "${emulator[@]}" "$binary" "$@" -i "$dir/request.json" \
+    -o "$dir/response.json" >"$dir/stdout" 2>"$dir/stderr" </dev/null
   echo $((SECONDS - started))
 }
 
@@ -135,10 +136,8 @@ exchange api-hangs "$read_cpu" >"$top/api-hangs.took" &
 exchange budget "$read_three" >"$top/budget.took" &
 # A panel reload that never ends is killed, with what it started, at the device tool's deadline.
 setup reload-hangs capwap_cli "$hang"
-printf '%s\n' '{"type":"valueWrite","req":{"list":[{"k":"panel_logout","v":"Yes"}]}}' \
-  >"$top/reload-hangs/request.json"
-with_standins reload-hangs "${emulator[@]}" "$binary" -s PNL-IN -i "$top/reload-hangs/request.json" \
-  -o "$top/reload-hangs/response.json" >/dev/null 2>&1 </dev/null
+exchange reload-hangs '{"type":"valueWrite","req":{"list":[{"k":"panel_logout","v":"Yes"}]}}' \
+  -s PNL-IN >/dev/null
 reload_started=$SECONDS
 
 # --- the caller's signal state --------------------------------------------------------------
@@ -263,9 +262,7 @@ done
 # it, and what the tool started, also when tavio gets no chance to act (SIGKILL).
 for signal in TERM KILL; do
   setup "killed-$signal" capwap_cli "$hang"
-  printf '%s\n' "$read_input" >"$top/killed-$signal/request.json"
-  with_standins "killed-$signal" "${emulator[@]}" "$binary" -i "$top/killed-$signal/request.json" \
-    -o "$top/killed-$signal/response.json" >/dev/null 2>&1 </dev/null &
+  exchange "killed-$signal" "$read_input" >/dev/null &
   runner=$!
   for _ in $(seq 100); do
     [[ -f $top/killed-$signal/root/pids && $(wc -l <"$top/killed-$signal/root/pids") -ge 2 ]] && break

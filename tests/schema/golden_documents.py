@@ -68,18 +68,17 @@ def items(menu):
         yield from items(item.get("i", {}).get("m", []))
 
 
-def item(document, wanted):
-    body = document.get("resp") or document.get("req")
-    return next(found for found in items(body["menu"]) if found.get("id") == wanted)
-
-
-def entry(document, index=0):
-    return document["resp"]["list"][index]
-
-
 def first(document, test):
     body = document.get("resp") or document.get("req")
     return next(found for found in items(body["menu"]) if test(found))
+
+
+def item(document, wanted):
+    return first(document, lambda found: found.get("id") == wanted)
+
+
+def entry(document):
+    return document["resp"]["list"][0]
 
 
 def is_poll(found):
@@ -94,84 +93,62 @@ def moved(document, old, new):
     document[new] = document.pop(old)
 
 
-# (what is wrong, case whose document is changed, request or response, kind, the change)
-FAULTS = [
-    ("a status word other than ok/failed", "write-reboot", "response", "valueWrite.response",
-     lambda d: entry(d).update(status="done")),
-    ("an action_status with status failed", "write-reboot", "response", "valueWrite.response",
-     lambda d: entry(d).update(status="failed")),
-    ("an action_status without its message", "write-reboot", "response", "valueWrite.response",
-     lambda d: entry(d).pop("msg")),
-    ("an action_status tavio never writes", "write-reboot", "response", "valueWrite.response",
-     lambda d: entry(d).update(action_status="shutting_down")),
-    ("an extra key in a write result", "write-reboot", "response", "valueWrite.response",
-     lambda d: entry(d).update(done=True)),
-    ("an extra key in a value entry", "read-systime", "response", "valueRead.response",
-     lambda d: entry(d).update(extra="x")),
-    ("a value entry without k", "read-systime", "response", "valueRead.response",
-     lambda d: entry(d).pop("k")),
-    ("a value that is not a string", "read-systime", "response", "valueRead.response",
-     lambda d: entry(d).update(v=7)),
-    ("a ttl that is a string", "read-systime", "response", "valueRead.response",
-     lambda d: entry(d).update(ttl="5")),
-    ("a value read answered as a value write", "read-systime", "response",
-     "valueRead.response", lambda d: d.update(type="valueWrite")),
-    ("an extra key beside the list", "read-systime", "response", "valueRead.response",
-     lambda d: d["resp"].update(more=[])),
-    ("a menu item with both c and m", "menu-top-default", "response", "menuReq.response",
-     lambda d: item(d, "system_main").update(c={"st": "text"})),
-    ("a poll entry without ttl", "menu-top-default", "response", "menuReq.response",
-     lambda d: first(d, is_poll)["c"].pop("ttl")),
-    ("a query type other than poll", "menu-top-default", "response", "menuReq.response",
-     lambda d: first(d, is_poll)["c"].update(qt="push")),
-    ("a polled entry that is write only", "menu-top-default", "response", "menuReq.response",
-     lambda d: first(d, is_poll)["c"].update(a="w")),
-    ("a confirmation with a choice tavio never offers", "menu-top-default", "response",
-     "menuReq.response", lambda d: item(d, "reboot")["c"].update(select=["No", "Maybe"])),
-    ("a confirmation that is polled", "menu-top-default", "response", "menuReq.response",
-     lambda d: item(d, "reboot")["c"].update(qt="poll")),
-    ("a separator that is not dashes", "menu-top-default", "response", "menuReq.response",
-     lambda d: first(d, is_separator).update(t="=====")),
-    ("a text item whose text is not a string", "menu-top-default", "response",
-     "menuReq.response", lambda d: item(d, "system_fw")["c"].update(st=["X1"])),
-    ("an item without id", "menu-top-default", "response", "menuReq.response",
-     lambda d: item(d, "system_time").pop("id")),
-    ("a submenu that is not an array", "menu-top-default", "response", "menuReq.response",
-     lambda d: item(d, "system_sub").update(m={})),
-    ("a ref that names no menu", "menu-named-main-signed-out", "response", "menuReq.response",
-     lambda d: d["resp"].update(ref="Main_menu")),
-    ("a menu answer with its body under req", "menu-top-default", "response",
-     "menuReq.response", lambda d: moved(d, "resp", "req")),
-    ("a dashboard line lit with another word", "menu-dashboard-home", "response",
-     "menuReq.response", lambda d: item(d, "wan_info_dashboard")["i"]["il"][0].update(
-         {"is": "off"})),
-    ("a passcode input without i_max", "menu-update-keycode", "response", "menuUpdate",
-     lambda d: item(d, "panel_sign_in")["c"].pop("i_max")),
-    ("a keypad input type other than ks", "menu-update-keycode", "response", "menuUpdate",
-     lambda d: d["req"]["it"][0].update(tp="kb")),
-    ("a menu update with its body under resp", "menu-update-keycode", "response",
-     "menuUpdate", lambda d: moved(d, "req", "resp")),
-    ("custom content with a title", "menu-update-text", "response", "menuUpdate",
-     lambda d: d["req"]["menu"][0].update(t="Title")),
-    ("an empty font table", "menu-top-default", "request", "menuReq.request",
-     lambda d: d["req"]["panel"].update(font=[])),
-    ("a font size given as text", "menu-top-default", "request", "menuReq.request",
-     lambda d: d["req"]["panel"]["font"][0].update(ch="21")),
-    ("a font table entry without ln", "menu-top-default", "request", "menuReq.request",
-     lambda d: d["req"]["panel"]["font"][0].pop("ln")),
-    ("a theme that is not a string", "menu-top-default", "request", "menuReq.request",
-     lambda d: d["req"]["panel"].update(theme=2)),
-    ("a ref in the wrong case", "menu-named-main-signed-out", "request", "menuReq.request",
-     lambda d: d["req"].update(ref="Main_menu")),
-    ("an identifier that is a number", "read-systime", "request", "valueRead.request",
-     lambda d: d["req"]["list"][0].update(k=7)),
-    ("a list that is an object", "read-systime", "request", "valueRead.request",
-     lambda d: d["req"].update(list={"k": "systime"})),
-    ("a written value that is not a string", "write-reboot", "request", "valueWrite.request",
-     lambda d: d["req"]["list"][0].update(v=True)),
-    ("a request type in the wrong case", "write-reboot", "request", "valueWrite.request",
-     lambda d: d.update(type="valuewrite")),
-]
+# Hand-made faults, by the golden document (case, request or response) each one changes.
+FAULTS = {
+    ("write-reboot", "response"): [
+        ("a status word other than ok/failed", lambda d: entry(d).update(status="done")),
+        ("an action_status with status failed", lambda d: entry(d).update(status="failed")),
+        ("an action_status without its message", lambda d: entry(d).pop("msg")),
+        ("an action_status tavio never writes",
+         lambda d: entry(d).update(action_status="shutting_down")),
+        ("an extra key in a write result", lambda d: entry(d).update(done=True))],
+    ("read-systime", "response"): [
+        ("an extra key in a value entry", lambda d: entry(d).update(extra="x")),
+        ("a value entry without k", lambda d: entry(d).pop("k")),
+        ("a value that is not a string", lambda d: entry(d).update(v=7)),
+        ("a ttl that is a string", lambda d: entry(d).update(ttl="5")),
+        ("a value read answered as a value write", lambda d: d.update(type="valueWrite")),
+        ("an extra key beside the list", lambda d: d["resp"].update(more=[]))],
+    ("menu-top-default", "response"): [
+        ("a menu item with both c and m",
+         lambda d: item(d, "system_main").update(c={"st": "text"})),
+        ("a poll entry without ttl", lambda d: first(d, is_poll)["c"].pop("ttl")),
+        ("a query type other than poll", lambda d: first(d, is_poll)["c"].update(qt="push")),
+        ("a polled entry that is write only", lambda d: first(d, is_poll)["c"].update(a="w")),
+        ("a confirmation with a choice tavio never offers",
+         lambda d: item(d, "reboot")["c"].update(select=["No", "Maybe"])),
+        ("a confirmation that is polled", lambda d: item(d, "reboot")["c"].update(qt="poll")),
+        ("a separator that is not dashes", lambda d: first(d, is_separator).update(t="=====")),
+        ("a text item whose text is not a string",
+         lambda d: item(d, "system_fw")["c"].update(st=["X1"])),
+        ("an item without id", lambda d: item(d, "system_time").pop("id")),
+        ("a submenu that is not an array", lambda d: item(d, "system_sub").update(m={})),
+        ("a menu answer with its body under req", lambda d: moved(d, "resp", "req"))],
+    ("menu-named-main-signed-out", "response"): [
+        ("a ref that names no menu", lambda d: d["resp"].update(ref="Main_menu"))],
+    ("menu-dashboard-home", "response"): [
+        ("a dashboard line lit with another word",
+         lambda d: item(d, "wan_info_dashboard")["i"]["il"][0].update({"is": "off"}))],
+    ("menu-update-keycode", "response"): [
+        ("a passcode input without i_max", lambda d: item(d, "panel_sign_in")["c"].pop("i_max")),
+        ("a keypad input type other than ks", lambda d: d["req"]["it"][0].update(tp="kb")),
+        ("a menu update with its body under resp", lambda d: moved(d, "req", "resp"))],
+    ("menu-update-text", "response"): [
+        ("custom content with a title", lambda d: d["req"]["menu"][0].update(t="Title"))],
+    ("menu-top-default", "request"): [
+        ("an empty font table", lambda d: d["req"]["panel"].update(font=[])),
+        ("a font size given as text", lambda d: d["req"]["panel"]["font"][0].update(ch="21")),
+        ("a font table entry without ln", lambda d: d["req"]["panel"]["font"][0].pop("ln")),
+        ("a theme that is not a string", lambda d: d["req"]["panel"].update(theme=2))],
+    ("menu-named-main-signed-out", "request"): [
+        ("a ref in the wrong case", lambda d: d["req"].update(ref="Main_menu"))],
+    ("read-systime", "request"): [
+        ("an identifier that is a number", lambda d: d["req"]["list"][0].update(k=7)),
+        ("a list that is an object", lambda d: d["req"].update(list={"k": "systime"}))],
+    ("write-reboot", "request"): [
+        ("a written value that is not a string", lambda d: d["req"]["list"][0].update(v=True)),
+        ("a request type in the wrong case", lambda d: d.update(type="valuewrite"))],
+}
 
 
 def produced(case):
@@ -250,19 +227,25 @@ def main(argv):
                      if not os.path.exists(os.path.join(CASES, name, "request.json"))]
 
     caught = 0
-    for what, name, role, kind, change in FAULTS:
-        document = load(os.path.join(CASES, name, "request.json" if role == "request"
-                                     else "expected.json"))
-        if documents.errors(document, kind):
-            failures.append("%s: the unchanged document is not valid; fault %r untested" % (
-                name, what))
-            continue
-        faulty = copy.deepcopy(document)
-        change(faulty)
-        if documents.errors(faulty, kind):
-            caught += 1
+    for (name, role), faults in FAULTS.items():
+        request_path = os.path.join(CASES, name, "request.json")
+        request = load(request_path) if os.path.exists(request_path) else None
+        if role == "request":
+            document, kind = request, request_kind(request)
         else:
-            failures.append("accepted: %s (%s of %s)" % (what, role, name))
+            document = load(os.path.join(CASES, name, "expected.json"))
+            kind = "menuUpdate" if request is None else request["type"] + ".response"
+        if documents.errors(document, kind):
+            failures.append("%s: the unchanged %s is not valid; its faults untested" % (
+                name, role))
+            continue
+        for what, change in faults:
+            faulty = copy.deepcopy(document)
+            change(faulty)
+            if documents.errors(faulty, kind):
+                caught += 1
+            else:
+                failures.append("accepted: %s (%s of %s)" % (what, role, name))
     for kind in validate_documents.KINDS:
         if documents.errors({}, kind):
             caught += 1
@@ -276,8 +259,8 @@ def main(argv):
             failures.append("no golden %s was checked" % kind)
     print("  %-20s %3d (refused or tolerated by tavio, rejected by the schema)" % (
         "bad requests", rejected_requests))
-    print("  %-20s %3d of %d rejected" % ("faulty documents", caught,
-                                          len(FAULTS) + len(validate_documents.KINDS)))
+    planted = sum(map(len, FAULTS.values())) + len(validate_documents.KINDS)
+    print("  %-20s %3d of %d rejected" % ("faulty documents", caught, planted))
     for failure in failures:
         print("FAIL " + failure)
     if failures:
