@@ -78,6 +78,8 @@ std::vector<ReplyCase> reply_cases() {
        Progress::kDone, 200, "hello world", true},
       {"chunked, upper-case size", kChunked + "A\r\n0123456789\r\n0\r\n\r\n", false,
        Progress::kDone, 200, "0123456789", true},
+      {"chunked, lower-case size", kChunked + "f\r\n0123456789abcde\r\n0\r\n\r\n", false,
+       Progress::kDone, 200, "0123456789abcde", true},
       {"chunked beside a length: chunks count, connection not kept",
        kOk + "Content-Length: 99\r\nTransfer-Encoding: Chunked\r\n\r\n2\r\nok\r\n0\r\n\r\n", false,
        Progress::kDone, 200, "ok", false},

@@ -18,13 +18,14 @@ std::string written(const JsonPtr& document) {
 TEST(JsonText, CompactWithOnlyTheEscapesJsonRequires) {
   const JsonPtr document =
       JsonObjectBuilder()
-          .text("t", "a/b \xc3\xa9 \"q\" \\ \n\t\x1f")
+          .text("t", "a/b \xc3\xa9 \"q\" \\ \n\t\b\f\r\x1f")
           .integer("n", -9223372036854775807LL - 1)
           .take("m", JsonArrayBuilder().text("x").add(json_own(json_true())).done())
           .done();
-  EXPECT_EQ(written(document),
-            "{\"t\":\"a/b \xc3\xa9 \\\"q\\\" \\\\ \\n\\t\\u001F\",\"n\":-9223372036854775808,"
-            "\"m\":[\"x\",true]}");
+  EXPECT_EQ(
+      written(document),
+      "{\"t\":\"a/b \xc3\xa9 \\\"q\\\" \\\\ \\n\\t\\b\\f\\r\\u001F\",\"n\":-9223372036854775808,"
+      "\"m\":[\"x\",true]}");
   EXPECT_EQ(written(nullptr), "(none)");
   EXPECT_EQ(written(json_own(json_string("x"))), "(none)");
 }
