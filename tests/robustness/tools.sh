@@ -156,7 +156,7 @@ import os, signal, sys, time
 if sys.argv[1] == "blocked":
     signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGCHLD, signal.SIGTERM, signal.SIGPIPE})
 else:
-    for s in (signal.SIGCHLD, signal.SIGINT, signal.SIGPIPE, signal.SIGUSR1):
+    for s in (signal.SIGCHLD, signal.SIGINT, signal.SIGPIPE, signal.SIGUSR1, signal.SIGRTMAX):
         signal.signal(s, signal.SIG_IGN)
 started = time.monotonic()
 pid = os.fork()
