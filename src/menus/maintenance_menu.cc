@@ -70,12 +70,7 @@ JsonPtr maintenance_menu(const WanStatusList* wans, const PanelLayout& layout) {
   items.add(confirmation(item::kRemoteAssist, "Remote Assistance", "Remote Assistance?",
                          MenuAccess::kReadWrite, "Off", "On"));
   items.add(menu_item_separator(layout.chars_per_line));
-  return JsonObjectBuilder()
-      .text("id", "maintenance_main")
-      .text("t", "Maintenance")
-      .integer("sz", layout.font_size)
-      .take("m", items.done())
-      .done();
+  return menu_item_sized_submenu("maintenance_main", "Maintenance", items.done(), layout);
 }
 
 }  // namespace tavio

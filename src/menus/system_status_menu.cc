@@ -130,12 +130,7 @@ JsonPtr build_system_status_menu(const WanStatusList* wans, const PanelLayout& l
   items.add(vpn_submenu(layout));
   items.add(bandwidth_submenu(layout));
   items.add(menu_item_separator(layout.chars_per_line));
-  return JsonObjectBuilder()
-      .text("id", "system_main")
-      .text("t", "System status")
-      .integer("sz", layout.font_size)
-      .take("m", items.done())
-      .done();
+  return menu_item_sized_submenu("system_main", "System status", items.done(), layout);
 }
 
 JsonPtr build_ha_status_item(const PanelLayout& layout) {

@@ -14,16 +14,6 @@
 namespace tavio {
 namespace {
 
-// A menu node packed with the layout's font size: the top nodes of the power tree.
-JsonPtr sized_node(const char* id, const char* title, JsonPtr items, const PanelLayout& layout) {
-  return JsonObjectBuilder()
-      .text("id", id)
-      .text("t", title)
-      .integer("sz", layout.font_size)
-      .take("m", std::move(items))
-      .done();
-}
-
 std::string with_serial(const char* format, const std::string& serial) {
   return format_text(kItemIdCapacity, format, serial.c_str());
 }
@@ -164,8 +154,9 @@ JsonPtr power_menu_local(const PowerUnitList& list, const PanelLayout& layout) {
   if (unit == nullptr) {
     return nullptr;
   }
-  return sized_node("local_pmu_menu", "Integrated PMU",
-                    pmu_unit_menu(PowerUnitType::kIntegratedPmu, *unit, layout), layout);
+  return menu_item_sized_submenu("local_pmu_menu", "Integrated PMU",
+                                 pmu_unit_menu(PowerUnitType::kIntegratedPmu, *unit, layout),
+                                 layout);
 }
 
 // External PMU: one entry per unit, titled with its serial.
@@ -183,7 +174,7 @@ JsonPtr power_menu_external(const PowerUnitList& list, const PanelLayout& layout
                                 pmu_unit_menu(PowerUnitType::kExternalPmu, *unit, layout)));
   }
   items.add(menu_item_separator(layout.chars_per_line));
-  return sized_node("ext_pmu_menu", "External PMU", items.done(), layout);
+  return menu_item_sized_submenu("ext_pmu_menu", "External PMU", items.done(), layout);
 }
 
 JsonPtr pmu_items(const PowerUnitList& list, const PanelLayout& layout) {
@@ -235,10 +226,10 @@ JsonPtr power_menu_main(const PanelLayout& layout) {
   }
   if (const PowerUnit* pdu = first_unit(*list, PowerUnitType::kPdu)) {
     if (JsonPtr menu = pdu_unit_menu(*pdu, layout)) {
-      return sized_node("pdu_pmu_main", "PDU", std::move(menu), layout);
+      return menu_item_sized_submenu("pdu_pmu_main", "PDU", std::move(menu), layout);
     }
   }
-  return sized_node("pmu_main", "PMU", pmu_items(*list, layout), layout);
+  return menu_item_sized_submenu("pmu_main", "PMU", pmu_items(*list, layout), layout);
 }
 
 JsonPtr power_menu_pmu_items(const PanelLayout& layout) {

@@ -89,6 +89,16 @@ JsonPtr menu_item_submenu(const char* id, const char* title, JsonPtr items) {
   return JsonObjectBuilder().text("id", id).text("t", title).take("m", std::move(items)).done();
 }
 
+JsonPtr menu_item_sized_submenu(const char* id, const char* title, JsonPtr items,
+                                const PanelLayout& layout) {
+  return JsonObjectBuilder()
+      .text("id", id)
+      .text("t", title)
+      .integer("sz", layout.font_size)
+      .take("m", std::move(items))
+      .done();
+}
+
 JsonPtr menu_item_poll(const char* id, const char* title, const char* key, std::int32_t ttl) {
   return menu_item_entry(id, title, MenuAccess::kRead, key, ttl, nullptr, nullptr);
 }

@@ -38,6 +38,10 @@ enum class MenuAccess { kRead, kWrite, kReadWrite };
                                             const char* value, const PanelLayout& layout);
 /// {"id": id, "t": title, "m": items}: an item that opens the menu items; null without items.
 [[nodiscard]] JsonPtr menu_item_submenu(const char* id, const char* title, JsonPtr items);
+/// As menu_item_submenu with the layout's font size ("sz") before the items: a top node of
+/// the main menu.
+[[nodiscard]] JsonPtr menu_item_sized_submenu(const char* id, const char* title, JsonPtr items,
+                                              const PanelLayout& layout);
 /// A read-only entry the panel polls with a value read of key every ttl seconds.
 [[nodiscard]] JsonPtr menu_item_poll(const char* id, const char* title, const char* key,
                                      std::int32_t ttl = kPollSeconds);
