@@ -27,11 +27,11 @@ class DisplayPrefsTest : public TempRootTest {};
 // "google" exactly and "Google" are golden cases; no file is the default of most of them.
 TEST_F(DisplayPrefsTest, ThemeModeTwoOnlyForExactGoogleInThePanelsOwnFile) {
   for (const char* content : {"SUPPORT_THEME=google \n", "OTHER=google\n", ""}) {
-    root_.write(kTheme, content);
+    write(kTheme, content);
     EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault) << content;
   }
   // Without a serial the serial part of the name is empty; another panel's file is not read.
-  root_.write("/var/run/dorva/tavio/mmi_theme_settings_.json", "SUPPORT_THEME=google\n");
+  write("/var/run/dorva/tavio/mmi_theme_settings_.json", "SUPPORT_THEME=google\n");
   EXPECT_EQ(load_theme_mode(nullptr), ThemeMode::kAlternative);
   EXPECT_EQ(load_theme_mode(""), ThemeMode::kAlternative);
   EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault);
@@ -39,18 +39,18 @@ TEST_F(DisplayPrefsTest, ThemeModeTwoOnlyForExactGoogleInThePanelsOwnFile) {
 
 TEST_F(DisplayPrefsTest, SaveThemeOnlyIntoExistingFile) {
   EXPECT_FALSE(save_theme_setting("SN42", "google"));
-  EXPECT_FALSE(root_.exists(kTheme));
-  root_.write(kTheme, "KEEP=me\n");
+  EXPECT_FALSE(exists(kTheme));
+  write(kTheme, "KEEP=me\n");
   EXPECT_TRUE(save_theme_setting("SN42", "google"));
   EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kAlternative);
   EXPECT_TRUE(save_theme_setting("SN42", nullptr));
-  EXPECT_EQ(root_.read(kTheme), "KEEP=\"me\"\nSUPPORT_THEME=\"\"\n");
+  EXPECT_EQ(read(kTheme), "KEEP=\"me\"\nSUPPORT_THEME=\"\"\n");
   EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault);
 }
 
 // A menu request records the panel's theme for the value reads that follow it.
 TEST_F(DisplayPrefsTest, MenuRequestRecordsTheTheme) {
-  root_.write(kTheme, "");
+  write(kTheme, "");
   Exchange exchange;
   exchange.serial = "SN42";
   const JsonPtr req = parse(R"({"panel": {"theme": "google", "font": []}})");
@@ -74,14 +74,14 @@ TEST_F(DisplayPrefsTest, FindTakesFirstFullEntryOfTheSize) {
 TEST_F(DisplayPrefsTest, SavedGridLoadsBackOrTheOldFileStays) {
   ASSERT_TRUE(save_font_grid("SN42", FontGrid{2, 5, 18}));
   const JsonPtr expected = parse(R"({"sz":2,"ln":5,"ch":18})");
-  EXPECT_TRUE(json_equal(parse(root_.read(kFont).value_or("")).get(), expected.get()));
+  EXPECT_TRUE(json_equal(parse(read(kFont).value_or("")).get(), expected.get()));
   const PanelLayout layout = load_font_settings("SN42");
   EXPECT_EQ(layout.chars_per_line, 18);
   EXPECT_EQ(layout.lines, 5);
   // A grid that cannot be saved (the file's name is taken by a folder) is not saved, and a
   // serial that cannot name a file saves nothing anywhere.
-  std::filesystem::remove(root_.host(kFont));
-  root_.write(kFont + "/blocker", "");
+  std::filesystem::remove(host(kFont));
+  write(kFont + "/blocker", "");
   EXPECT_FALSE(save_font_grid("SN42", FontGrid{2, 5, 18}));
   EXPECT_FALSE(save_font_grid("../SN42", FontGrid{2, 5, 18}));
 }
@@ -95,7 +95,7 @@ TEST_F(DisplayPrefsTest, LoadFontGivesSavedGridOrDefaults) {
                {R"({"sz": 3, "ln": 6})", 4, 1, 21},
                {R"({"sz": 3, "ln": 0, "ch": 16})", 4, 1, 21}};
   for (const auto& c : cases) {
-    root_.write(kFont, c.content);
+    write(kFont, c.content);
     const PanelLayout layout = load_font_settings("SN42");
     EXPECT_EQ(layout.lines, c.lines) << c.content;
     EXPECT_EQ(layout.font_size, c.size) << c.content;
@@ -105,9 +105,9 @@ TEST_F(DisplayPrefsTest, LoadFontGivesSavedGridOrDefaults) {
 
 TEST_F(DisplayPrefsTest, TargetFontSizeFromFileElseTwo) {
   EXPECT_EQ(target_font_size(), 2);
-  root_.write("/etc/ac/mmi_target_font_size", "3\n");
+  write("/etc/ac/mmi_target_font_size", "3\n");
   EXPECT_EQ(target_font_size(), 3);
-  root_.write("/etc/ac/mmi_target_font_size", "large\n");
+  write("/etc/ac/mmi_target_font_size", "large\n");
   EXPECT_EQ(target_font_size(), 2);
 }
 

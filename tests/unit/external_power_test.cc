@@ -45,13 +45,13 @@ class ExternalPowerTest : public tavio_test::TempRootTest {
   }
   // The tool's whole answer and exit status.
   void answer_document(const std::string& document, int status = 0) {
-    root_.write("/answer.json", document);
-    root_.write("/exit_status", std::to_string(status));
+    write("/answer.json", document);
+    write("/exit_status", std::to_string(status));
     forget_replies("");  // each answer stands for a run of its own
   }
   // A well-formed answer; report is the members of its one report.
   void answer(const std::string& report) { answer_document(R"({"rpt":[{)" + report + "}]}"); }
-  void expect_no_files() const { EXPECT_TRUE(root_.list(kRunDir).empty()); }
+  void expect_no_files() const { EXPECT_TRUE(list(kRunDir).empty()); }
 };
 
 TEST_F(ExternalPowerTest, BatteryTexts) {

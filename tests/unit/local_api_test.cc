@@ -52,27 +52,27 @@ class LocalApiTest : public tavio_test::TempRootTest {
     for (const char* name : {"reboot", "restoreconfig", "saveconfig", "activate"}) {
       stand_in(name, kHarmlessStandIn);
     }
-    root_.write("/etc/localhost_http_port", "LOCAL_HTTP_PORT=8080\n");
+    write("/etc/localhost_http_port", "LOCAL_HTTP_PORT=8080\n");
   }
   void TearDown() override {
     g_port_may_be_cached = true;
     api_end_run();
     expect_no_files();
     TempRootTest::TearDown();
-    EXPECT_FALSE(root_.exists("/stand-ins.log")) << "a command that changes the machine ran";
+    EXPECT_FALSE(exists("/stand-ins.log")) << "a command that changes the machine ran";
   }
 
   std::size_t calls() const {
-    const std::string log = root_.read("/wget.log").value_or("");
+    const std::string log = read("/wget.log").value_or("");
     return static_cast<std::size_t>(std::count(log.begin(), log.end(), '\n'));
   }
-  void expect_no_files() const { EXPECT_TRUE(root_.list(kRunDir).empty()); }
+  void expect_no_files() const { EXPECT_TRUE(list(kRunDir).empty()); }
   // What the run's header file holds; only it may be left in the run directory.
   std::string header_file() const {
     const std::string name = format_text(kPathCapacity, kApiHeaderFormat, ::getpid());
-    const std::vector<std::string> left = root_.list(kRunDir);
+    const std::vector<std::string> left = list(kRunDir);
     EXPECT_TRUE(left.empty() || (left.size() == 1 && name.find(left[0]) != std::string::npos));
-    return root_.read(name).value_or("");
+    return read(name).value_or("");
   }
 };
 
@@ -80,16 +80,16 @@ TEST_F(LocalApiTest, PortDefaultsTo80UntilFileGivesOneThenKeepsIt) {
   if (g_port_may_be_cached) {
     GTEST_SKIP() << "a port is already cached in this process";
   }
-  ::unlink(root_.host("/etc/localhost_http_port").c_str());
+  ::unlink(host("/etc/localhost_http_port").c_str());
   EXPECT_EQ(api_base_url(kPathCapacity), "http://127.0.0.1:80/api");
   for (const char* content : {"", "OTHER=1\n", "LOCAL_HTTP_PORT=\n", "LOCAL_HTTP_PORT=0\n"}) {
-    root_.write("/etc/localhost_http_port", content);
+    write("/etc/localhost_http_port", content);
     EXPECT_EQ(api_port(), 80) << content;
   }
   // Nothing was cached, so a valid port written now is still found, and then kept.
-  root_.write("/etc/localhost_http_port", "LOCAL_HTTP_PORT=8080\n");
+  write("/etc/localhost_http_port", "LOCAL_HTTP_PORT=8080\n");
   EXPECT_EQ(api_port(), 8080);
-  root_.write("/etc/localhost_http_port", "LOCAL_HTTP_PORT=9090\n");
+  write("/etc/localhost_http_port", "LOCAL_HTTP_PORT=9090\n");
   EXPECT_EQ(api_port(), 8080);
 }
 
@@ -106,11 +106,11 @@ TEST_F(LocalApiTest, FailuresGiveNothingAndLeaveNoFiles) {
                {"<html>busy</html>", 0}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.reply == nullptr ? "no reply" : c.reply);
-    ::unlink(root_.host("/reply.json").c_str());
+    ::unlink(host("/reply.json").c_str());
     if (c.reply != nullptr) {
-      root_.write("/reply.json", c.reply);
+      write("/reply.json", c.reply);
     }
-    root_.write("/exit_status", std::to_string(c.status));
+    write("/exit_status", std::to_string(c.status));
     forget_replies("");  // each case asks afresh
     EXPECT_FALSE(api_read("status.wan.connection", "?id=1"));
     EXPECT_FALSE(api_post("system.action", "{}"));
@@ -122,7 +122,7 @@ TEST_F(LocalApiTest, FailuresGiveNothingAndLeaveNoFiles) {
 // A read is fetched once per run, failed or not; a change makes every read afresh. The header
 // file is written again only when a call needs other lines (reads and posts differ).
 TEST_F(LocalApiTest, ReadsAreFetchedOncePerRunUntilAChange) {
-  root_.write("/reply.json", "{\"response\": {\"a\": 1}}");
+  write("/reply.json", "{\"response\": {\"a\": 1}}");
   for (int i = 0; i < 3; ++i) {
     const ApiResultPtr result = api_read("status.system.info", "&infoType=cpuLoad");
     ASSERT_TRUE(result);
@@ -137,7 +137,7 @@ TEST_F(LocalApiTest, ReadsAreFetchedOncePerRunUntilAChange) {
   EXPECT_EQ(calls(), 4u);
   EXPECT_EQ(header_file(), "WEB-ADMIN-ACCESS-MODE: RW\nseen\n");
   // The query reaches the tool as it is: no escape in front of "&".
-  EXPECT_NE(root_.read("/wget.log")->find("/api/status.system.info&infoType=cpuLoad\n"),
+  EXPECT_NE(read("/wget.log")->find("/api/status.system.info&infoType=cpuLoad\n"),
             std::string::npos);
 }
 
@@ -149,17 +149,17 @@ TEST_F(LocalApiTest, NothingRunsWithoutWritableFiles) {
   header_file();
   // The run directory belongs to the system; it is never created here.
   api_end_run();
-  ::rmdir(root_.host(kRunDir).c_str());
+  ::rmdir(host(kRunDir).c_str());
   forget_replies("");
   EXPECT_FALSE(api_read("status.wan.connection", "?id=1"));
   EXPECT_FALSE(api_post_no_reply("cmd.system.reboot", "{\"enable\":true}"));
-  EXPECT_FALSE(root_.exists(kRunDir));
+  EXPECT_FALSE(exists(kRunDir));
   EXPECT_EQ(calls(), 0u);
 }
 
 // The reply is not looked at, so a failing tool still counts as sent.
 TEST_F(LocalApiTest, PostWithoutReplySucceedsEvenWhenToolFails) {
-  root_.write("/exit_status", "1");
+  write("/exit_status", "1");
   EXPECT_TRUE(api_post_no_reply("cmd.system.reboot", "{\"enable\":true}"));
   EXPECT_EQ(calls(), 1u);
   header_file();

@@ -18,7 +18,7 @@ TEST_F(RouterFilesTest, GigabitOnlyWhereTheFirstLineOfThePortSaysSo) {
     return port_media_choices(port).front() == "1000baseTx-FD";
   };
   EXPECT_FALSE(offers_gigabit(3));  // no file
-  root_.write("/etc/corvane_interface_speed", "1:100\nbad line\n3:1000\n3:10\n\n12:1000");
+  write("/etc/corvane_interface_speed", "1:100\nbad line\n3:1000\n3:10\n\n12:1000");
   EXPECT_TRUE(offers_gigabit(3));
   EXPECT_TRUE(offers_gigabit(12));
   EXPECT_FALSE(offers_gigabit(2));
@@ -38,7 +38,7 @@ TEST_F(RouterFilesTest, HaTitleOnlyWhileVrrpIsOn) {
       {"HA_ENABLE=yes\nHA_METHOD=ucarp\nHA_STATUS=master\n", ""},
   };
   for (const auto& c : cases) {
-    root_.write("/var/run/dorva/ha_status", c.file);
+    write("/var/run/dorva/ha_status", c.file);
     EXPECT_EQ(ha_state_title(), std::string(c.title)) << c.file;
   }
 }

@@ -45,11 +45,11 @@ TEST_F(TaglistTest, ReadsEntries) {
   };
   EXPECT_FALSE(load_taglist(kFile));
   const std::string long_key(127, 'K');  // the longest key looked up whole
-  root_.write(kFile, long_key + "=1\n");
+  write(kFile, long_key + "=1\n");
   EXPECT_STREQ(get_taglist_default_ex(load_taglist(kFile).get(), "", "%s", long_key.c_str()), "1");
   for (const auto& c : cases) {
     SCOPED_TRACE(c.content);
-    root_.write(kFile, c.content);
+    write(kFile, c.content);
     const TaglistPtr list = load_taglist(kFile);
     ASSERT_TRUE(list);
     for (const auto& [key, value] : c.present) {
@@ -62,13 +62,13 @@ TEST_F(TaglistTest, ReadsEntries) {
 }
 
 TEST_F(TaglistTest, SaveWritesQuotedEscapedInFirstSeenOrderKeepingUnknownKeys) {
-  root_.write(kFile, "# kept by nobody\nZETA=first\nALPHA=\"a \\\"b\\\" \\$HOME\"\nZETA=again\n");
+  write(kFile, "# kept by nobody\nZETA=first\nALPHA=\"a \\\"b\\\" \\$HOME\"\nZETA=again\n");
   TaglistPtr list = load_taglist(kFile);
   ASSERT_TRUE(list);
   ASSERT_EQ(update_taglist_ex(list.get(), "NEW", "x`y\\z"), 0);
   ASSERT_EQ(update_taglist_ex(list.get(), "ZETA", "z"), 0);
   ASSERT_EQ(save_taglist_ex(list.get(), 1), 0);
-  EXPECT_EQ(root_.read(kFile).value_or("<missing>"),
+  EXPECT_EQ(read(kFile).value_or("<missing>"),
             "ZETA=\"z\"\nALPHA=\"a \\\"b\\\" \\$HOME\"\nNEW=\"x\\`y\\\\z\"\n");
   list = load_taglist(kFile);
   ASSERT_TRUE(list);
@@ -85,37 +85,37 @@ TEST_F(TaglistTest, SaveWritesQuotedEscapedInFirstSeenOrderKeepingUnknownKeys) {
 }
 
 TEST_F(TaglistTest, SaveReplacesFileByRename) {
-  root_.write(kFile, "A=old\n");
-  ASSERT_EQ(::chmod(root_.host(kFile).c_str(), 0640), 0);
-  const std::string snapshot = root_.host("/etc/test/snapshot");
-  ASSERT_EQ(::link(root_.host(kFile).c_str(), snapshot.c_str()), 0);
+  write(kFile, "A=old\n");
+  ASSERT_EQ(::chmod(host(kFile).c_str(), 0640), 0);
+  const std::string snapshot = host("/etc/test/snapshot");
+  ASSERT_EQ(::link(host(kFile).c_str(), snapshot.c_str()), 0);
   const TaglistPtr list = load_taglist(kFile);
   ASSERT_TRUE(list);
   update_taglist_ex(list.get(), "A", "new");
   ASSERT_EQ(save_taglist_ex(list.get(), 1), 0);
   // A reader holding the old file still sees it whole; the name now leads to a new file.
-  EXPECT_EQ(root_.read("/etc/test/snapshot"), "A=old\n");
-  EXPECT_EQ(root_.read(kFile), "A=\"new\"\n");
-  EXPECT_EQ(root_.list("/etc/test"), (std::vector<std::string>{"settings", "snapshot"}));
+  EXPECT_EQ(read("/etc/test/snapshot"), "A=old\n");
+  EXPECT_EQ(read(kFile), "A=\"new\"\n");
+  EXPECT_EQ(list("/etc/test"), (std::vector<std::string>{"settings", "snapshot"}));
   struct stat saved {};
-  ASSERT_EQ(::stat(root_.host(kFile).c_str(), &saved), 0);
+  ASSERT_EQ(::stat(host(kFile).c_str(), &saved), 0);
   EXPECT_EQ(saved.st_mode & 07777, 0640u);  // the new file keeps the old one's permissions
 }
 
 TEST_F(TaglistTest, FailedSaveLeavesNoTemporaryFile) {
-  root_.write(kFile, "A=old\n");
+  write(kFile, "A=old\n");
   const TaglistPtr list = load_taglist(kFile);
   ASSERT_TRUE(list);
   // The name is taken by a folder now, so the finished file cannot be renamed over it.
-  ASSERT_EQ(::unlink(root_.host(kFile).c_str()), 0);
-  root_.write(std::string(kFile) + "/inside", "x");
+  ASSERT_EQ(::unlink(host(kFile).c_str()), 0);
+  write(std::string(kFile) + "/inside", "x");
   EXPECT_EQ(save_taglist_ex(list.get(), 1), -1);
-  EXPECT_EQ(root_.list("/etc/test"), (std::vector<std::string>{"settings"}));
-  EXPECT_EQ(root_.read(std::string(kFile) + "/inside"), "x");
+  EXPECT_EQ(list("/etc/test"), (std::vector<std::string>{"settings"}));
+  EXPECT_EQ(read(std::string(kFile) + "/inside"), "x");
   // Without the folder no file can be made beside the old one at all.
-  std::filesystem::remove_all(root_.host("/etc/test"));
+  std::filesystem::remove_all(host("/etc/test"));
   EXPECT_EQ(save_taglist_ex(list.get(), 1), -1);
-  EXPECT_FALSE(root_.exists("/etc/test"));
+  EXPECT_FALSE(exists("/etc/test"));
 }
 
 TEST(Numlist, ParsesWholeIntegersBetweenBlanksAndCommas) {

@@ -52,26 +52,26 @@ TEST_F(PanelAccessTest, StateTable) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    std::filesystem::remove(root_.host(kConfig));
-    std::filesystem::remove(root_.host(kAccess));
+    std::filesystem::remove(host(kConfig));
+    std::filesystem::remove(host(kAccess));
     if (c.config) {
-      root_.write(kConfig, *c.config);
+      write(kConfig, *c.config);
     }
     if (c.access) {
-      root_.write(kAccess, *c.access);
+      write(kAccess, *c.access);
     }
     EXPECT_EQ(panel_access_state("PNL7"), c.state);
-    EXPECT_EQ(root_.read(kAccess), c.access_after);
+    EXPECT_EQ(read(kAccess), c.access_after);
   }
 }
 
 TEST_F(PanelAccessTest, SignInRecordsOnlyTheConfiguredPasscode) {
-  root_.write(kAccess, "KEEP=me\n");
+  write(kAccess, "KEEP=me\n");
   EXPECT_EQ(panel_sign_in("PNL7", "1A2B"), SignInResult::kNoConfiguration);
 
-  root_.write(kConfig, "ADMIN_PANEL_PASSCODE=1A2B\n");
+  write(kConfig, "ADMIN_PANEL_PASSCODE=1A2B\n");
   EXPECT_EQ(panel_sign_in("PNL7", "1A2C"), SignInResult::kRefused);
-  EXPECT_EQ(root_.read(kAccess), "KEEP=me\n");  // a wrong passcode leaves the file alone
+  EXPECT_EQ(read(kAccess), "KEEP=me\n");  // a wrong passcode leaves the file alone
 
   EXPECT_EQ(panel_sign_in("PNL7", "1A2B"), SignInResult::kSignedIn);
   EXPECT_EQ(panel_access_state("PNL7"), PanelAccessState::kSignedIn);
@@ -79,10 +79,10 @@ TEST_F(PanelAccessTest, SignInRecordsOnlyTheConfiguredPasscode) {
   EXPECT_EQ(panel_access_state("PNL7"), PanelAccessState::kSignedOut);
 
   // Without a passcode in config.run nothing typed signs in, not even an empty text.
-  root_.write(kConfig, "OTHER=1\n");
+  write(kConfig, "OTHER=1\n");
   EXPECT_EQ(panel_sign_in("PNL7", "1A2B"), SignInResult::kRefused);
   // A panel whose access file cannot be loaded cannot record its sign-in.
-  root_.write(kConfig, "ADMIN_PANEL_PASSCODE=1A2B\n");
+  write(kConfig, "ADMIN_PANEL_PASSCODE=1A2B\n");
   EXPECT_EQ(panel_sign_in("OTHER", "1A2B"), SignInResult::kRefused);
 }
 

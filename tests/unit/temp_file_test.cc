@@ -36,7 +36,7 @@ class TempFileTest : public tavio_test::TempRootTest {
  protected:
   void SetUp() override {
     TempRootTest::SetUp();
-    root_.write(kVictim, kVictimText);
+    write(kVictim, kVictimText);
   }
 
   std::string name(const char* suffix) const {
@@ -45,18 +45,18 @@ class TempFileTest : public tavio_test::TempRootTest {
 
   void plant(Before before, const std::string& router_path) const {
     if (before == Before::kStaleFile) {
-      root_.write(router_path, "stale");
+      write(router_path, "stale");
     } else if (before != Before::kNothing) {
       const char* target = before == Before::kLinkToVictim ? kVictim : kMissingTarget;
-      ASSERT_EQ(::symlink(root_.host(target).c_str(), root_.host(router_path).c_str()), 0);
+      ASSERT_EQ(::symlink(host(target).c_str(), host(router_path).c_str()), 0);
     }
   }
 
   // Nothing outside the run directory was written, and nothing is left inside it.
   void expect_untouched_and_gone() const {
-    EXPECT_EQ(root_.read(kVictim), kVictimText);
-    EXPECT_FALSE(root_.exists(kMissingTarget));
-    EXPECT_TRUE(root_.list(kRunDir).empty());
+    EXPECT_EQ(read(kVictim), kVictimText);
+    EXPECT_FALSE(exists(kMissingTarget));
+    EXPECT_TRUE(list(kRunDir).empty());
   }
 };
 
@@ -67,13 +67,13 @@ TEST_F(TempFileTest, FreshPrivateFilesWhateverWasAtTheName) {
     plant(before, name(".txt"));
     {
       TempFile file(kTextFormat);
-      EXPECT_EQ(file.path().str(), root_.host(name(".txt")));
+      EXPECT_EQ(file.path().str(), host(name(".txt")));
       ASSERT_TRUE(file.write("fresh text"));
       struct stat info {};
       ASSERT_EQ(::lstat(file.path().c_str(), &info), 0);
       EXPECT_TRUE(S_ISREG(info.st_mode));
       EXPECT_EQ(info.st_mode & 0777, 0600u);
-      EXPECT_EQ(root_.read(name(".txt")), "fresh text");
+      EXPECT_EQ(read(name(".txt")), "fresh text");
     }
     expect_untouched_and_gone();
 
@@ -114,16 +114,16 @@ TEST_F(TempFileTest, SweepRemovesOnlyTheFilesOfRunsThatAreGone) {
   const timeval old[2] = {{::time(nullptr) - 60, 0}, {::time(nullptr) - 60, 0}};
   for (const std::vector<std::string>* names : {&swept, &kept}) {
     for (const std::string& file : *names) {
-      root_.write(std::string(kRunDir) + "/" + file, "x");
-      ASSERT_EQ(::utimes(root_.host(std::string(kRunDir) + "/" + file).c_str(), old), 0);
+      write(std::string(kRunDir) + "/" + file, "x");
+      ASSERT_EQ(::utimes(host(std::string(kRunDir) + "/" + file).c_str(), old), 0);
     }
   }
-  root_.write(std::string(kRunDir) + "/" + fresh, "x");
+  write(std::string(kRunDir) + "/" + fresh, "x");
   std::vector<std::string> expected = kept;
   expected.push_back(fresh);
   sweep_abandoned_temp_files();
   std::sort(expected.begin(), expected.end());
-  EXPECT_EQ(root_.list(kRunDir), expected);
+  EXPECT_EQ(list(kRunDir), expected);
 }
 
 }  // namespace

@@ -23,30 +23,28 @@ namespace tavio_test {
 /// The run directory, which tavio never creates: the root provides it.
 inline constexpr const char* kRunDir = "/var/run/dorva/tavio";
 
-/// A fresh root made with mkdtemp (under TMPDIR), set as TAVIO_ROOT and taken up by
-/// root_check(), with the run directory in place; removed with its contents at the end.
-class TempRoot {
- public:
-  TempRoot() {
+/// A test under a fresh root made with mkdtemp (under TMPDIR), set as TAVIO_ROOT and taken up
+/// by root_check(), with the run directory in place; removed with its contents at the end.
+class TempRootTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
     std::string pattern = (std::filesystem::temp_directory_path() / "tavio-unit-XXXXXX").string();
-    if (::mkdtemp(&pattern[0]) != nullptr) {
-      path_ = pattern;
-      ::setenv("TAVIO_ROOT", path_.c_str(), 1);
-      ok_ = !tavio::root_check() && tavio::root_prefix() == path_ &&
-            std::filesystem::create_directories(host(kRunDir));
-    }
+    ASSERT_NE(::mkdtemp(&pattern[0]), nullptr);
+    path_ = pattern;
+    ::setenv("TAVIO_ROOT", path_.c_str(), 1);
+    ASSERT_TRUE(!tavio::root_check() && tavio::root_prefix() == path_ &&
+                std::filesystem::create_directories(host(kRunDir)))
+        << "no temporary TAVIO_ROOT: " << path_;
+    tavio::forget_replies("");  // a test is a run of its own
   }
-  ~TempRoot() {
+  void TearDown() override {
+    if (!saved_path_.empty()) {
+      ::setenv("PATH", saved_path_.c_str(), 1);
+    }
     std::error_code ignored;
-    if (!path_.empty()) {
-      std::filesystem::remove_all(path_, ignored);
-    }
+    std::filesystem::remove_all(path_, ignored);
   }
-  TempRoot(const TempRoot&) = delete;
-  TempRoot& operator=(const TempRoot&) = delete;
 
-  [[nodiscard]] bool ok() const { return ok_; }
-  [[nodiscard]] const std::string& path() const { return path_; }
   /// Where one of the router's paths lives on this machine.
   [[nodiscard]] std::string host(const std::string& router_path) const {
     return path_ + router_path;
@@ -77,40 +75,22 @@ class TempRoot {
     return names;
   }
 
- private:
-  std::string path_;
-  bool ok_ = false;
-};
-
-/// A test that runs under its own fresh root.
-class TempRootTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    ASSERT_TRUE(root_.ok()) << "no temporary TAVIO_ROOT: " << root_.path();
-    tavio::forget_replies("");  // a test is a run of its own
-  }
-  void TearDown() override {
-    if (!saved_path_.empty()) {
-      ::setenv("PATH", saved_path_.c_str(), 1);
-    }
-  }
-
   /// Installs script as the command name in the root's test-bin, first on PATH (restored
   /// after the test), and checks that the shell finds it there.
   void stand_in(const std::string& name, const std::string& script) {
-    const std::string bin = root_.path() + "/test-bin";
+    const std::string bin = path_ + "/test-bin";
     if (saved_path_.empty()) {
       const char* path = std::getenv("PATH");
       saved_path_ = path == nullptr ? "/usr/bin:/bin" : path;
       ::setenv("PATH", (bin + ":" + saved_path_).c_str(), 1);
     }
-    root_.write("/test-bin/" + name, script);
+    write("/test-bin/" + name, script);
     std::filesystem::permissions(bin + "/" + name, std::filesystem::perms::owner_all);
     const std::string check = "test \"$(command -v " + name + ")\" = " + bin + "/" + name;
     ASSERT_EQ(std::system(check.c_str()), 0) << name << ": stand-in not first on PATH";
   }
 
-  TempRoot root_;
+  std::string path_;
   std::string saved_path_;
 };
 
