@@ -1,14 +1,12 @@
-// Item identifiers: what a menu hands out, parsed back by the value-read and value-write
-// tables, must land on the same row with the same arguments; where the reading keeps less
-// than a menu wrote (long unit serials), the cut is the one the panel has always seen, and a
-// unit's own menu hands out no identifier its serial does not come back from whole.
+// Item identifiers: where the reading keeps less than a menu wrote (long unit serials), the cut
+// is the one the panel has always seen, and a unit's own menu hands out no identifier its
+// serial does not come back from whole. That each key lands on its own row is end to end.
 #include "protocol/item_ids.h"
 
 #include <gtest/gtest.h>
 
 #include <set>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "handlers/value_read.h"
@@ -20,51 +18,6 @@ namespace tavio {
 namespace {
 
 const std::string kSerial14 = "PMU1A2B3C4D5E6";
-
-// Every key, grouped by the arguments a menu hands out for it and the tables that answer it.
-struct Family {
-  const char* tables;  // "r": a value-read row answers it, "w": a value-write row
-  ItemArgs args;
-  std::vector<ItemKey> keys;
-};
-
-TEST(ItemIds, WhatAMenuHandsOutComesBackToItsOwnRowWithItsArguments) {
-  using namespace item;
-  const Family families[] = {
-      {"r",
-       {},
-       {kHaStatus, kSystemTime, kUptime, kCpuLoad, kLanIp, kThroughputIn, kThroughputOut,
-        kDataTransfer, kWifiAp, kInputPower, kBatteries}},
-      {"r", {22, ""}, {kLanPortStatus, kWanStatus, kVpnStatus}},
-      {"rw", {}, {kRemoteAssist, kLanPortSpeed}},
-      {"rw", {3, ""}, {kWanPortSpeed}},
-      {"w", {}, {kRestoreFactory, kReboot, kResetAdminPassword, kPanelPasscode, kPanelLogout}},
-      {"r",
-       {0, kSerial14},
-       {kLocalPmuPortState, kExtPmuPortState, kPduPortState, kLocalPmuTemperature,
-        kExtPmuTemperature, kPduTemperature, kLocalPmuInputVoltage, kExtPmuInputVoltage,
-        kLocalPmuOutputVoltage, kExtPmuOutputVoltage, kPduVoltage, kLocalPmuInputCurrent,
-        kExtPmuInputCurrent, kLocalPmuOutputCurrent, kExtPmuOutputCurrent, kPduCurrent}},
-      {"rw", {3, kSerial14}, {kPortControl}},
-      {"r", {2, ""}, {kBattery}},
-  };
-  for (const Family& family : families) {
-    for (const ItemKey& key : family.keys) {
-      const std::string id = format_item_id(key, family.args);
-      SCOPED_TRACE(id);
-      const ItemKey* read_row = value_read_key(id.c_str());
-      const ItemKey* write_row = value_write_key(id.c_str());
-      const std::string_view name = key.name;
-      const std::string_view tables = family.tables;
-      EXPECT_EQ(read_row != nullptr && read_row->name == name, tables.find('r') != tables.npos);
-      EXPECT_EQ(write_row != nullptr && write_row->name == name, tables.find('w') != tables.npos);
-      const std::optional<ItemArgs> args = read_item_suffix(key, id.c_str());
-      ASSERT_TRUE(args);
-      EXPECT_EQ(args->number, family.args.number);
-      EXPECT_EQ(args->unit, family.args.unit);
-    }
-  }
-}
 
 // Longer serials come back as the reading keeps them; a port control reads exactly 14
 // characters, so another length moves the port.

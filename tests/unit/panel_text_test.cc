@@ -125,11 +125,5 @@ TEST(LayoutFinish, PushesShortTextsDownOnlyInAlternativeTheme) {
   }
 }
 
-TEST(LayoutLabelValue, AbsurdWidthFromDamagedGridStaysBounded) {
-  const PanelLayout layout = grid(1, 1 << 30);
-  EXPECT_LE(layout_label_value("CPU Load", "7%", layout).size(), kMaxTextCapacity + 10);
-  EXPECT_LE(layout_wrap_value("7%", 1 << 30).size(), kMaxTextCapacity);
-}
-
 }  // namespace
 }  // namespace tavio

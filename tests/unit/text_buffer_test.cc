@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "text/utf8.h"
@@ -21,29 +20,41 @@ std::string rep(std::size_t n, const char* character) {
   return text;
 }
 
-TEST(TextBuffer, AppendCutsAtCapacityMinusOne) {
+// Pieces appended one by one, and all of them cut or formatted at once, keep the same text; a
+// piece went in whole when the text grew by exactly it.
+TEST(TextBuffer, AppendCutAndFormatKeepCapacityMinusOne) {
   const struct {
     std::size_t capacity;
-    std::vector<std::pair<std::string, bool>> steps;  // piece, whether it went in whole
+    std::vector<std::string> pieces;
     std::string expected;
-  } cases[] = {{8, {{"abc", true}, {"defg", true}}, "abcdefg"},
-               {8, {{"abcdefgh", false}}, "abcdefg"},
-               {8, {{"abcde", true}, {"fghij", false}}, "abcdefg"},
-               {8, {{"abcdefg", true}, {"h", false}, {"", true}}, "abcdefg"},
-               {1, {{"a", false}}, ""},
-               {0, {{"a", false}}, ""},
-               {8, {{"ééé", true}, {"éééé", true}}, rep(7, "é")},
-               {8, {{"abcdef", true}, {"€€", false}}, "abcdef€"},
-               {4, {{rep(4, "𝄞"), false}}, rep(3, "𝄞")}};
+  } cases[] = {{8, {"abc", "defg"}, "abcdefg"},
+               {8, {"abcde", "fghij"}, "abcdefg"},
+               {8, {"abcdefg", "h", ""}, "abcdefg"},
+               {1, {"a"}, ""},
+               {0, {"a"}, ""},
+               {kTextCapacity, {std::string(300, 'p')}, std::string(255, 'p')},
+               {8, {"ééé", "éééé"}, rep(7, "é")},
+               {8, {"abcdef", "€€"}, "abcdef€"},
+               {4, {rep(4, "𝄞")}, rep(3, "𝄞")},
+               {kTextCapacity, {rep(300, "𝄞")}, rep(255, "𝄞")},
+               {kSerialCapacity, {rep(16, "ß")}, rep(15, "ß")},
+               {16, {"Connected to " + rep(11, "é") + " Net"}, "Connected to éé"},
+               // An invalid sequence counts as one character and is never split.
+               {4, {"ab\xE2\x82xy"}, "ab\xE2\x82"}};
   for (const auto& c : cases) {
+    SCOPED_TRACE(std::to_string(c.capacity) + " " + c.expected);
     TextBuffer buffer(c.capacity);
-    bool any_cut = false;
-    for (const auto& [piece, whole] : c.steps) {
-      EXPECT_EQ(buffer.append(piece), whole) << c.capacity << " " << piece;
-      any_cut = any_cut || !whole;
+    std::string all;
+    for (const std::string& piece : c.pieces) {
+      const std::string before = buffer.str();
+      const bool whole = buffer.append(piece);
+      EXPECT_EQ(whole, buffer.str() == before + piece) << piece;
+      all += piece;
     }
     EXPECT_EQ(buffer.str(), c.expected);
-    EXPECT_EQ(buffer.cut(), any_cut) << c.expected;
+    EXPECT_EQ(buffer.cut(), all != c.expected);
+    EXPECT_EQ(cut_text(all, c.capacity), c.expected);
+    EXPECT_EQ(format_text(c.capacity, "%s", all.c_str()), c.expected);
   }
 }
 
@@ -65,32 +76,10 @@ TEST(TextBuffer, AppendfFormatsCutsAndDropsAfterEnd) {
   for (const std::size_t n : {std::size_t{255}, std::size_t{256}}) {
     EXPECT_EQ(format_text(1024, "%s", std::string(n, 'y').c_str()), std::string(n, 'y'));
   }
+  EXPECT_EQ(format_text(8, "%05d|%s", 42, "abcdef"), "00042|a");
   TextBuffer panel(kLongTextCapacity);
   EXPECT_FALSE(panel.appendf("%s", long_text.c_str()));
   EXPECT_EQ(panel.str(), std::string(511, 'x'));
-}
-
-TEST(CutText, KeepsCapacityMinusOne) {
-  const struct {
-    std::size_t capacity;
-    std::string text, expected;
-  } cases[] = {{8, "abcdefg", "abcdefg"},
-               {8, "abcdefgh", "abcdefg"},
-               {1, "abc", ""},
-               {0, "abc", ""},
-               {kTextCapacity, std::string(300, 'p'), std::string(255, 'p')},
-               {8, rep(7, "é"), rep(7, "é")},
-               {8, rep(8, "€"), rep(7, "€")},
-               {kTextCapacity, rep(300, "𝄞"), rep(255, "𝄞")},
-               {kSerialCapacity, rep(16, "ß"), rep(15, "ß")},
-               {16, "Connected to " + rep(11, "é") + " Net", "Connected to éé"},
-               // An invalid sequence counts as one character and is never split.
-               {4, "ab\xE2\x82xy", "ab\xE2\x82"}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(cut_text(c.text, c.capacity), c.expected) << c.capacity << " " << c.text;
-    EXPECT_EQ(format_text(c.capacity, "%s", c.text.c_str()), c.expected) << c.capacity;
-  }
-  EXPECT_EQ(format_text(8, "%05d|%s", 42, "abcdef"), "00042|a");
 }
 
 // Each maximal invalid subpart becomes one U+FFFD, so a text holds as many characters repaired
