@@ -1,6 +1,6 @@
 // The external-power texts and battery menu against a stand-in capwap_cli first on PATH that
-// answers "extpower_status" with the report each case writes. The example router's batteries
-// and failures are end-to-end cases; these are the conversions and edges they do not reach.
+// answers "extpower_status" with the report each case writes: the conversions and edges the
+// end-to-end cases of the example router's batteries and failures do not reach.
 #include "power/external_power.h"
 
 #include <gtest/gtest.h>
@@ -92,15 +92,6 @@ TEST_F(ExternalPowerTest, BatteryTexts) {
     EXPECT_EQ(c.id ? battery_render_one(*c.id, c.layout) : battery_render_all(c.layout), c.text);
     expect_no_files();
   }
-}
-
-TEST_F(ExternalPowerTest, SourceNeedsBothTypeAndPower) {
-  answer(R"("tp":"DC","pw":"")");
-  EXPECT_EQ(extpower_source_title(), "Source: DC");
-  EXPECT_EQ(extpower_render_input_power(kPanel), "Source:     Detecting");
-  answer(R"("tp":"","pw":"30")");
-  EXPECT_EQ(extpower_source_title(), "Source: Detecting");
-  EXPECT_EQ(extpower_render_input_power(kPanel), "Source:     Detecting");
 }
 
 TEST_F(ExternalPowerTest, BatteryMenuListsNamedBatteriesOnly) {

@@ -1,7 +1,6 @@
-// Router files behind the port-speed screens and the HA title: read afresh at each use.
+// The HA title from the router's HA status file, read afresh at each use.
 #include <gtest/gtest.h>
 
-#include "settings/port_media.h"
 #include "status/lan_ha_status.h"
 #include "temp_root.h"
 
@@ -11,19 +10,6 @@ namespace {
 using tavio_test::TempRootTest;
 
 class RouterFilesTest : public TempRootTest {};
-
-// Gigabit is offered where the first line of the port in the speed file says 1000.
-TEST_F(RouterFilesTest, GigabitOnlyWhereTheFirstLineOfThePortSaysSo) {
-  const auto offers_gigabit = [](int port) {
-    return port_media_choices(port).front() == "1000baseTx-FD";
-  };
-  EXPECT_FALSE(offers_gigabit(3));  // no file
-  write("/etc/corvane_interface_speed", "1:100\nbad line\n3:1000\n3:10\n\n12:1000");
-  EXPECT_TRUE(offers_gigabit(3));
-  EXPECT_TRUE(offers_gigabit(12));
-  EXPECT_FALSE(offers_gigabit(2));
-  EXPECT_EQ(port_media_choices(2).size(), 5u);
-}
 
 TEST_F(RouterFilesTest, HaTitleOnlyWhileVrrpIsOn) {
   EXPECT_EQ(ha_state_title(), std::nullopt);  // no file

@@ -1,7 +1,6 @@
 // Parts of a unit's "Device Config" tree the example router's end-to-end menus do not reach:
 // every cron rule, missing and protected ports, and schedules that cannot be shown, each read
-// from a device list's JSON into the unit's record first. Both sides are compared as compact
-// JSON with sorted keys.
+// from a device list's JSON into the unit's record first, compared as compact sorted JSON.
 #include "power/unit_config.h"
 
 #include <gtest/gtest.h>
@@ -42,14 +41,13 @@ std::string text_item(const char* id, const char* title, const char* st) {
   return dump(item.get());
 }
 
-// The record of the one unit of a device list whose element is unit (JSON).
-PowerUnit read_unit(const std::string& unit) {
-  const JsonPtr answer = json_own(json_loads(("{\"list\": [" + unit + "]}").c_str(), 0, nullptr));
-  const std::optional<PowerUnitList> list = power_unit_list_of(answer.get());
-  return list && list->items.size() == 1 ? list->items.front() : PowerUnit{};
-}
+// The record of a device list's one unit whose "config" is config (JSON).
 UnitConfig read_config(const std::string& config) {
-  return read_unit(R"({"config": )" + config + "}").config.value_or(UnitConfig{});
+  const std::string answer = R"({"list": [{"config": )" + config + "}]}";
+  const std::optional<PowerUnitList> list =
+      power_unit_list_of(json_own(json_loads(answer.c_str(), 0, nullptr)).get());
+  return list && list->items.size() == 1 ? list->items.front().config.value_or(UnitConfig{})
+                                         : UnitConfig{};
 }
 
 PanelLayout grid(ThemeMode theme = ThemeMode::kDefault) {
@@ -108,38 +106,6 @@ TEST(PortValues, OneLinePerUnprotectedPortMissingShownAsNa) {
                               c.protected_ports, grid(c.theme));
     EXPECT_EQ(dump(item.get()), c.st ? text_item("v_SN1", "Max. Voltage", c.st) : "null")
         << c.values;
-  }
-}
-
-// One port's control; several are a submenu. The serial has the 14 characters a port
-// control's identifier carries.
-const char* const kPdu = "PDU00000000001";
-
-std::string control(const char* id, const char* title, int port) {
-  const std::string key = std::string("pmu_port_ctrl_") + kPdu + "_" + std::to_string(port);
-  return std::string(R"({"id":")") + (id ? id : key.c_str()) + R"(","t":")" + title +
-         R"(","c":{"ht":")" + title + R"(","a":"rw","k":")" + key + R"(","select":["OFF","ON"]}})";
-}
-
-TEST(PortControl, NoneOneOrSeveralAllowedPorts) {
-  const std::string several = R"({"id":"pmu_port_ctrl_PDU00000000001","t":"Port Control","m":[)" +
-                              control(nullptr, "Port 1 Control", 1) + "," +
-                              control(nullptr, "Port 3 Control", 3) + "," + kSep + "]}";
-  const struct {
-    int ports;
-    ProtectedPorts protected_ports;
-    std::string expected;
-  } cases[] = {
-      {0, {}, "null"},
-      {2, read_unit(R"({"devinfo": {"mgmt_port": [1, "x", 2]}})").details->management_ports,
-       "null"},
-      {3, {1, 3}, control("pmu_port_ctrl_PDU00000000001", "Port Control", 2)},
-      {3, {2}, several},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(dump(pmu_port_control_menu(c.ports, kPdu, c.protected_ports, grid()).get()),
-              doc(c.expected))
-        << c.ports;
   }
 }
 
