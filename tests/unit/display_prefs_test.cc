@@ -37,44 +37,24 @@ TEST_F(DisplayPrefsTest, ThemeModeTwoOnlyForExactGoogleInThePanelsOwnFile) {
   EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault);
 }
 
-TEST_F(DisplayPrefsTest, SaveThemeOnlyIntoExistingFile) {
+// A menu request records the panel's theme for the value reads that follow it, only into a
+// file that is there.
+TEST_F(DisplayPrefsTest, MenuRequestRecordsTheThemeIntoAnExistingFile) {
   EXPECT_FALSE(save_theme_setting("SN42", "google"));
   EXPECT_FALSE(exists(kTheme));
   write(kTheme, "KEEP=me\n");
-  EXPECT_TRUE(save_theme_setting("SN42", "google"));
+  Exchange exchange;
+  exchange.serial = "SN42";
+  const JsonPtr req = parse(R"({"panel": {"theme": "google", "font": []}})");
+  static_cast<void>(handle_menu_request(req.get(), exchange));
   EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kAlternative);
   EXPECT_TRUE(save_theme_setting("SN42", nullptr));
   EXPECT_EQ(read(kTheme), "KEEP=\"me\"\nSUPPORT_THEME=\"\"\n");
   EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault);
 }
 
-// A menu request records the panel's theme for the value reads that follow it.
-TEST_F(DisplayPrefsTest, MenuRequestRecordsTheTheme) {
-  write(kTheme, "");
-  Exchange exchange;
-  exchange.serial = "SN42";
-  const JsonPtr req = parse(R"({"panel": {"theme": "google", "font": []}})");
-  static_cast<void>(handle_menu_request(req.get(), exchange));
-  EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kAlternative);
-}
-
-TEST_F(DisplayPrefsTest, FindTakesFirstFullEntryOfTheSize) {
-  const JsonPtr table = parse(R"([{"sz":1,"ln":4,"ch":21},{"sz":2,"ln":0,"ch":21},
-                                  {"sz":2,"ln":5,"ch":18},{"sz":2,"ln":6,"ch":16}])");
-  const std::optional<FontGrid> grid = find_font_grid(table.get(), 2);
-  ASSERT_TRUE(grid);
-  EXPECT_EQ(grid->chars_per_line, 18);
-  EXPECT_EQ(grid->lines, 5);
-  for (const char* other : {R"([{"sz":3,"ln":6,"ch":16}])", R"([{"sz":2,"ln":5}])", "[]", "{}"}) {
-    EXPECT_FALSE(find_font_grid(parse(other).get(), 2)) << other;
-  }
-  EXPECT_FALSE(find_font_grid(nullptr, 2));
-}
-
 TEST_F(DisplayPrefsTest, SavedGridLoadsBackOrTheOldFileStays) {
   ASSERT_TRUE(save_font_grid("SN42", FontGrid{2, 5, 18}));
-  const JsonPtr expected = parse(R"({"sz":2,"ln":5,"ch":18})");
-  EXPECT_TRUE(json_equal(parse(read(kFont).value_or("")).get(), expected.get()));
   const PanelLayout layout = load_font_settings("SN42");
   EXPECT_EQ(layout.chars_per_line, 18);
   EXPECT_EQ(layout.lines, 5);

@@ -5,7 +5,6 @@
 
 #include <cstdlib>
 #include <string>
-#include <utility>
 
 #include "tavio/json_ref.h"
 
@@ -42,14 +41,15 @@ TEST(MenuEntry, TtlOnlyForReadableEntriesAndHintWhenGiven) {
   }
 }
 
-TEST(MenuEntry, MissingRequiredTextGivesNull) {
-  const char* const ok = "x";
+// An entry needs its identifier, title and key; a text item its title and text.
+TEST(MenuItems, MissingRequiredTextGivesNull) {
   for (int missing = 0; missing < 3; ++missing) {
     for (const char* bad : {static_cast<const char*>(nullptr), ""}) {
-      const char* f[3] = {ok, ok, ok};
+      const char* f[3] = {"x", "x", "x"};
       f[missing] = bad;
       EXPECT_FALSE(menu_item_entry(f[0], f[1], MenuAccess::kRead, f[2], 5, nullptr, nullptr))
           << "field " << missing;
+      EXPECT_EQ(menu_item_text("m", f[0], f[1], grid(1)) == nullptr, missing < 2);
     }
   }
 }
@@ -62,14 +62,6 @@ TEST(MenuText, LaysOutFirst255CharactersIdOptional) {
   // The alternative theme adds its empty top line after the cut.
   EXPECT_EQ(dump(menu_item_text(nullptr, "About", text.c_str(), grid(2))),
             R"({"c":{"st":"\n)" + cut + R"("},"t":"About"})");
-}
-
-TEST(MenuText, TitleAndTextRequired) {
-  const std::pair<const char*, const char*> missing[] = {
-      {"", "R-200"}, {nullptr, "R-200"}, {"Model", ""}, {"Model", nullptr}};
-  for (const auto& [title, text] : missing) {
-    EXPECT_FALSE(menu_item_text("m", title, text, grid(1)));
-  }
 }
 
 TEST(MenuSeparator, DashesForCount) {
