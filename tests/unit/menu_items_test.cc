@@ -1,4 +1,5 @@
-// The menu-item schema as the display receives it, compared as compact JSON with sorted keys.
+// The menu-item schema at its edges, compared as compact JSON with sorted keys; entries as the
+// display receives them are the golden menus' (menu-dashboard-home).
 #include "protocol/menu_items.h"
 
 #include <gtest/gtest.h>
@@ -22,24 +23,6 @@ std::string dump(const JsonPtr& value) {
 }
 
 PanelLayout grid(int theme) { return make_panel_layout(static_cast<ThemeMode>(theme), 1, 21, 4); }
-
-TEST(MenuEntry, TtlOnlyForReadableEntriesAndHintWhenGiven) {
-  const struct {
-    MenuAccess access;
-    int ttl;
-    const char* hint;
-    const char* content;  // the entry's "c" object
-  } cases[] = {
-      {MenuAccess::kRead, -1, nullptr, R"({"a":"r","k":"k1","qt":"poll","ttl":-1})"},
-      {MenuAccess::kReadWrite, 5, "", R"({"a":"rw","k":"k1","qt":"poll","ttl":5})"},
-      {MenuAccess::kWrite, 5, nullptr, R"({"a":"w","k":"k1","qt":"poll"})"},
-      {MenuAccess::kWrite, 0, "Press OK", R"({"a":"w","ht":"Press OK","k":"k1","qt":"poll"})"}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(dump(menu_item_entry("e", "E", c.access, "k1", c.ttl, c.hint, nullptr)),
-              std::string(R"({"c":)") + c.content + R"(,"id":"e","t":"E"})")
-        << c.content;
-  }
-}
 
 // An entry needs its identifier, title and key; a text item its title and text.
 TEST(MenuItems, MissingRequiredTextGivesNull) {
