@@ -1,5 +1,6 @@
 // The host's router support library: the taglist file format, atomic saves and number lists,
-// under a temporary root. The port type lookup is read by the end-to-end port speed menus.
+// under a temporary root, and the HA title read through it. The port type lookup is read by
+// the end-to-end port speed menus.
 #include "platform/router_support.h"
 
 #include <gtest/gtest.h>
@@ -11,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "status/lan_ha_status.h"
 #include "temp_root.h"
 
 namespace tavio {
@@ -118,6 +120,27 @@ TEST(Numlist, ParsesWholeIntegersBetweenBlanksAndCommas) {
     ASSERT_TRUE(list);
     EXPECT_EQ(std::vector<int>(list->nums, list->nums + list->count), c.numbers)
         << (c.text == nullptr ? "(null)" : c.text);
+  }
+}
+
+// The HA status file is read afresh at each use.
+class RouterFilesTest : public TempRootTest {};
+
+TEST_F(RouterFilesTest, HaTitleOnlyWhileVrrpIsOn) {
+  EXPECT_EQ(ha_state_title(), std::nullopt);  // no file
+  const struct {
+    const char* file;
+    const char* title;
+  } cases[] = {
+      {"HA_ENABLE=yes\nHA_METHOD=vrrp\nHA_STATUS=fault\n", "HA State:Slave (Isolated)"},
+      {"HA_ENABLE=yes\nHA_METHOD=vrrp\nHA_STATUS=backup\n", "HA State:Slave"},
+      {"HA_ENABLE=yes\nHA_METHOD=vrrp\nHA_STATUS=init\n", "HA State:Unknown"},
+      {"HA_ENABLE=Yes\nHA_METHOD=vrrp\nHA_STATUS=master\n", ""},
+      {"HA_ENABLE=yes\nHA_METHOD=ucarp\nHA_STATUS=master\n", ""},
+  };
+  for (const auto& c : cases) {
+    write("/var/run/dorva/ha_status", c.file);
+    EXPECT_EQ(ha_state_title(), std::string(c.title)) << c.file;
   }
 }
 
