@@ -114,8 +114,7 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  tavio_fuzz::restore_fuzz_root();
-  const tavio_fuzz::ServedReplies served({}, tavio_fuzz::ReplyStatus::kAlwaysZero);
+  const tavio_fuzz::ServedReplies served({});
   fuzz_taglist(text);
   if (size > 0) {
     fuzz_font_table(static_cast<std::int8_t>(data[0]), text.substr(1));
