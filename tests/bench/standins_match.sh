@@ -31,7 +31,7 @@ printf '{"enable":true}' >"$work/setup/body"
 printf 'a\0b\n\0\n\nlast' >"$work/setup/nul"
 
 failures=0 count=0
-# check TOOL [VAR=VALUE...] -- ARGS...: one call through both stand-ins, in order.
+# check TOOL [VAR=VALUE...] -- ARGS...: one call through both stand-ins.
 check() {
   local tool=$1 settings=() name
   shift
@@ -58,18 +58,14 @@ check() {
 
 api=http://127.0.0.1:8080/api
 w=(-T 10 -e hdr -O out/reply.json)
-check wget_https -- "${w[@]}" "$api/status.system.info&infoType=cpuLoad"
-check wget_https -- "${w[@]}" "$api/status.port?lite=no&id=3"
-check wget_https -- "${w[@]}" "$api/status.port?lite=yes&id=3"   # falls back to status.port
-check wget_https -- "${w[@]}" "$api/status.wan.connection?id=7"
-check wget_https -- "${w[@]}" "$api/status.unknown?id=1"
-check wget_https -- "${w[@]}" "$api/status.korvpn"               # NAME.down
-check wget_https -- "${w[@]}" "$api/status.korvpn?id=1"
-check wget_https -- "${w[@]}" "$api/a/b?c=1"
-check wget_https -- "${w[@]}" "http://127.0.0.1:80/x/api/a/b?c=1"
-check wget_https -- "${w[@]}" "http://127.0.0.1:8080/api/"
-check wget_https -- "${w[@]}" "http://127.0.0.1:/api/cmd.ap"
-check wget_https -- "${w[@]}" "http://10.0.0.1:8080/api/cmd.ap"
+# Replies found, a lite port falling back to status.port, NAME.down, unknown and foreign URLs.
+for url in "$api/status.system.info&infoType=cpuLoad" "$api/status.port?lite=no&id=3" \
+  "$api/status.port?lite=yes&id=3" "$api/status.wan.connection?id=7" "$api/status.unknown?id=1" \
+  "$api/status.korvpn" "$api/status.korvpn?id=1" "$api/a/b?c=1" \
+  "http://127.0.0.1:80/x/api/a/b?c=1" "http://127.0.0.1:8080/api/" \
+  "http://127.0.0.1:/api/cmd.ap" "http://10.0.0.1:8080/api/cmd.ap"; do
+  check wget_https -- "${w[@]}" "$url"
+done
 check wget_https TAVIO_SIM_API_DOWN=1 -- "${w[@]}" "$api/cmd.ap"
 check wget_https TAVIO_SIM_API_DOWN= -- "${w[@]}" "$api/cmd.ap"
 check wget_https -- -T 10 -e hdr "$api/cmd.ap"
