@@ -1,21 +1,15 @@
 // The whole of a run in process: a request document or the dump, with the replies the
-// router's tools give meanwhile and serials of any shape.
-//
-// Input: one byte choosing the run, a line of serials, the body, then the replies, each
-// introduced by the line "--reply--":
+// router's tools give meanwhile and serials of any shape (the input's form: fuzz/README.md).
 //
 //   @PNL-IN|PMU0001
 //   {"type": "valueRead", "req": {"list": [{"k": "local_pmu_status_port_$1"}]}}
 //   --reply--
 //   {"list": [{"sn": "$1", "prod": "RQ-CELL", "devinfo": {}}]}
 //
-// The run byte: bits 0-1 what runs (1: the dump, tavio -x TYPE -d, the body unused; any other:
-// the body is a request document, answered as tavio -i answers it), bit 3 the power panel
-// (-x 1), bit 4 a passcode keypad (-K). The seeds write it as '@' plus the bits.
-//
-// The serials line holds the panel serial, then up to nine unit serials, '|' between them. In
-// the body and the replies "$0" stands for the panel serial and "$1" to "$9" for the unit
-// serials (as the contents of a JSON string), so a device list reports serials of any shape.
+// The run byte ('@' plus the bits): bits 0-1 1 for the dump (tavio -x TYPE -d), else the body is
+// a request; bit 3 the power panel (-x 1), bit 4 a passcode keypad (-K). Then the panel serial
+// and up to nine unit serials, '|' between them, which "$0".."$9" in the body and the replies
+// stand for; then each reply after a line "--reply--".
 #include <signal.h>
 
 #include <algorithm>

@@ -5,6 +5,7 @@
 #include <sys/types.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -114,43 +115,40 @@ void check_device_call(const tavio::Command& command) {
   }
 }
 
-// The next reply and the exit status it asks for, or none when the input holds no replies.
-std::optional<std::pair<std::string_view, int>> next_reply() {
-  Served& served = *g_served;
-  if (served.replies.empty()) {
-    return std::nullopt;
+// Takes the next reply and says whether its command succeeds: not when the input holds no
+// replies, nor when the reply begins "!D" with D not 0.
+bool next_reply(std::string_view& reply) {
+  if (g_served->replies.empty()) {
+    return false;
   }
-  std::string_view reply = served.replies[served.next++ % served.replies.size()];
-  int status = 0;
-  if (reply.size() >= 2 && reply[0] == '!' && reply[1] >= '0' && reply[1] <= '9') {
-    status = reply[1] - '0';
-    reply.remove_prefix(2);
-  }
-  return std::pair(reply, status);
+  reply = g_served->replies[g_served->next++ % g_served->replies.size()];
+  const bool has_status =
+      reply.size() >= 2 && reply[0] == '!' && reply[1] >= '0' && reply[1] <= '9';
+  const bool fails = has_status && reply[1] != '0';
+  reply.remove_prefix(has_status ? 2 : 0);
+  return !fails;
 }
 
 std::optional<std::string> serve_run(const tavio::Command& command) {
   if (g_served == nullptr || command.deadline.count() <= 0) {
     fuzz_fail("a command outside a fuzz run, or without a deadline", describe({command}));
   }
+  std::string_view reply;
   if (command.program == "wget_https") {
     const std::string output = check_fetch(command);
     if (output.empty()) {
-      return std::string();
+      return std::string();  // a POST whose reply is not read
     }
-    const auto reply = next_reply();
-    if (reply) {
-      std::ofstream(output, std::ios::binary | std::ios::trunc) << reply->first;
-    }
-    return reply && reply->second == 0 ? std::optional<std::string>(std::string()) : std::nullopt;
+    const bool succeeds = next_reply(reply);
+    std::ofstream(output, std::ios::binary | std::ios::trunc) << reply;
+    return succeeds ? std::optional<std::string>(std::string()) : std::nullopt;
   }
   if (command.program == "capwap_cli") {
     check_device_call(command);
-    const auto reply = next_reply();
-    if (!reply || reply->second != 0 || reply->first.size() > tavio::kMaxReplyBytes) {
+    if (!next_reply(reply) || reply.size() > tavio::kMaxReplyBytes) {
       return std::nullopt;
     }
-    return std::string(reply->first);
+    return std::string(reply);
   }
   fuzz_fail("tavio waits for a program other than wget_https and capwap_cli", describe({command}));
 }
