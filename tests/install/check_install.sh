@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Installs a configured build into a staging directory, as a firmware image build does, and
 # checks the tree: exactly the program, its manual page and the documents' schemas, at the GNU
-# install paths under the prefix, with DESTDIR in front; then the same files under a --prefix
-# given at install time.
+# install paths under the prefix, with DESTDIR in front. (A --prefix given at install time:
+# tests/packaging/check_recipes.sh, which starts from one.)
 #
 #   check_install.sh BUILD_DIR
 set -euo pipefail
@@ -45,9 +45,4 @@ for schema in "$repo"/schemas/*.json; do
     die "installed ${schema##*/} differs from the source"
 done
 
-DESTDIR=$stage/other cmake --install "$build" --prefix /opt/tavio >"$stage/install.log" ||
-  { cat "$stage/install.log" >&2; die "cmake --install --prefix failed"; }
-[[ $(files_under "$stage/other") == "$(expected_files opt/tavio)" ]] ||
-  die "the tree under --prefix /opt/tavio differs"
-
-echo "install: $(expected_files . | wc -l) files under $prefix (DESTDIR) and /opt/tavio (--prefix)"
+echo "install: $(expected_files . | wc -l) files under DESTDIR$prefix"
