@@ -217,8 +217,17 @@ void init_fuzz_root() {
 std::string_view fuzz_root() { return g_root; }
 
 ServedReplies::ServedReplies(std::vector<std::string> replies) {
-  fs::remove_all(g_root);
-  fs::copy(g_pristine, g_root, fs::copy_options::recursive);
+  // What the last run added goes; every file is written back (cheaper than a whole new copy).
+  std::vector<fs::path> added;
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(g_root)) {
+    if (!fs::exists(g_pristine + entry.path().string().substr(g_root.size()))) {
+      added.push_back(entry.path());
+    }
+  }
+  for (const fs::path& path : added) {
+    fs::remove_all(path);
+  }
+  fs::copy(g_pristine, g_root, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
   g_served = new Served{std::move(replies), 0};
   tavio::forget_replies("");
   tavio::start_exchange_clock();
