@@ -38,7 +38,7 @@ struct Served {
   std::size_t next = 0;
 };
 // Set while a target runs: the only time a command may be asked for, and never a fork().
-Served* g_served = nullptr;
+std::optional<Served> g_served;
 
 bool starts_with(std::string_view text, std::string_view prefix) {
   return text.substr(0, prefix.size()) == prefix;
@@ -62,36 +62,29 @@ std::string describe(const std::vector<tavio::Command>& steps) {
   return line;
 }
 
-// This run's temporary file of format ("%d" the process id) on the root.
-std::string run_file(const char* format) {
-  return g_root + tavio::format_text(tavio::kPathCapacity, format, ::getpid());
-}
-
-// "wget_https -T SECONDS [-f FILE] -e FILE [-O FILE] URL", the files this run's temporary
-// files and the URL the local API's. Returns the -O file ("" when the reply is not read).
+// "wget_https -T SECONDS [-f INPUT] -e HEADERS [-O RESULT] URL": options in pairs, each with a
+// value that is no option, then one URL of the local API. Returns RESULT, which the reply is
+// written to: this run's result file or "" (the reply is not read).
 std::string check_fetch(const tavio::Command& command) {
   const Words& args = command.args;
-  const std::map<std::string, std::string> files = {{"-f", run_file(tavio::kApiInputFormat)},
-                                                    {"-e", run_file(tavio::kApiHeaderFormat)},
-                                                    {"-O", run_file(tavio::kApiResultFormat)}};
   std::map<std::string, std::string> options;
   std::size_t i = 0;
   for (; i + 1 < args.size() && starts_with(args[i], "-"); i += 2) {
-    const auto file = files.find(args[i]);
-    if ((args[i] != "-T" && file == files.end()) || starts_with(args[i + 1], "-") ||
-        !options.emplace(args[i], args[i + 1]).second ||
-        (file != files.end() && file->second != args[i + 1])) {
+    if ((args[i] != "-T" && args[i] != "-f" && args[i] != "-e" && args[i] != "-O") ||
+        starts_with(args[i + 1], "-") || !options.emplace(args[i], args[i + 1]).second) {
       fuzz_fail("wget_https gets an option tavio never gives, or twice", describe({command}));
     }
   }
-  const std::string seconds = options["-T"];
+  const std::string result = options["-O"];
   if (i + 1 != args.size() || !starts_with(args[i], "http://127.0.0.1:") ||
-      args[i].find("/api/") == std::string::npos || options["-e"].empty() || seconds.empty() ||
-      seconds.find_first_not_of("0123456789") != std::string::npos ||
-      command.output != tavio::CommandOutput::kDiscard) {
+      args[i].find("/api/") == std::string::npos || options["-T"].empty() ||
+      options["-e"].empty() || command.output != tavio::CommandOutput::kDiscard ||
+      (!result.empty() &&
+       result != g_root + tavio::format_text(tavio::kPathCapacity, tavio::kApiResultFormat,
+                                             ::getpid()))) {
     fuzz_fail("wget_https is called as tavio never calls it", describe({command}));
   }
-  return options["-O"];
+  return result;
 }
 
 // "capwap_cli iotdevlist | extpower_status | iotdevinfo SERIAL | iotstatus SERIAL |
@@ -130,7 +123,7 @@ bool next_reply(std::string_view& reply) {
 }
 
 std::optional<std::string> serve_run(const tavio::Command& command) {
-  if (g_served == nullptr || command.deadline.count() <= 0) {
+  if (!g_served || command.deadline.count() <= 0) {
     fuzz_fail("a command outside a fuzz run, or without a deadline", describe({command}));
   }
   std::string_view reply;
@@ -170,7 +163,7 @@ void serve_detach(const std::vector<tavio::Command>& steps) {
       !starts_with(sequence[0][2], "-")) {
     sequence[0].pop_back();
   }
-  if (g_served == nullptr || std::find(allowed.begin(), allowed.end(), sequence) == allowed.end()) {
+  if (!g_served || std::find(allowed.begin(), allowed.end(), sequence) == allowed.end()) {
     fuzz_fail("a background sequence tavio never starts, or outside a run", describe(steps));
   }
 }
@@ -228,7 +221,7 @@ ServedReplies::ServedReplies(std::vector<std::string> replies) {
     fs::remove_all(path);
   }
   fs::copy(g_pristine, g_root, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
-  g_served = new Served{std::move(replies), 0};
+  g_served = Served{std::move(replies), 0};
   tavio::forget_replies("");
   tavio::start_exchange_clock();
 }
@@ -243,8 +236,7 @@ ServedReplies::~ServedReplies() {
     }
   }
   tavio::forget_replies("");
-  delete g_served;
-  g_served = nullptr;
+  g_served.reset();
 }
 
 std::vector<std::string_view> split_input(std::string_view text, std::string_view delimiter) {
@@ -263,7 +255,7 @@ std::vector<std::string_view> split_input(std::string_view text, std::string_vie
 // tavio starts processes only through the command runner, which the harness replaced: a fork()
 // while a target runs is a finding; outside a run (libFuzzer's own work) the C library's runs.
 extern "C" pid_t fork() {
-  if (tavio_fuzz::g_served != nullptr) {
+  if (tavio_fuzz::g_served) {
     tavio_fuzz::fuzz_fail("tavio is about to start a process", "fork()");
   }
   using ForkFn = pid_t (*)();

@@ -20,13 +20,9 @@ void init_fuzz_root();
 /// The root's path on this machine (what TAVIO_ROOT holds).
 [[nodiscard]] std::string_view fuzz_root();
 
-/// One run of tavio, in force while the object lives: the root as init_fuzz_root made it, a
-/// fresh exchange clock and no replies kept from an earlier input, as a new process would have.
-///
-/// The n-th command that reads a reply (wget_https -O FILE gets it written to FILE; capwap_cli's
-/// standard output is read back) gets reply n modulo their number. A reply "!D..." (D a digit)
-/// ends its command with status D, the rest still served. With no replies a command that reads
-/// one fails. A POST whose reply is not read succeeds; background steps are checked, not run.
+/// One run of tavio while the object lives: the root as init_fuzz_root made it, a fresh exchange
+/// clock and no kept replies. Commands that read a reply get the replies in turn, cycling; a
+/// reply "!D..." (D a digit) ends its command with status D; with none, such a command fails.
 class ServedReplies {
  public:
   explicit ServedReplies(std::vector<std::string> replies);

@@ -3,12 +3,10 @@
 
     validate_documents.py [--schemas DIR] [--as KIND] FILE...
 
-KIND is one of KINDS; without --as each file's kind follows from its "type" and whether its
-body sits under "req" or "resp". Exit status 1 when any file is not valid, 2 when the
-validator cannot be used. As a module, Documents().check_exchange(request, response) checks
-one exchange (the simulator cases and the emulator walk) and raises SchemaViolation. The
-validator is Debian's python3-jsonschema; the schema files are loaded from the one folder,
-never fetched.
+KIND is one of KINDS, else each file's kind follows from its "type" and whether its body is
+under "req" or "resp". Exit status 1 when a file is not valid, 2 when the validator cannot be
+used. Documents().check_exchange(request, response) checks one exchange for the simulator
+cases and the emulator walk. The schemas are loaded from the one folder, never fetched.
 """
 
 import argparse
