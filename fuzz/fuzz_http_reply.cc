@@ -8,11 +8,11 @@
 // far it went, its status, body and whether the connection is kept); a body never outgrows the
 // reply bound, and a reply that is done has a final status.
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
+#include <tuple>
 
+#include "harness.h"
 #include "sources/http_client.h"
 #include "text/text_buffer.h"
 
@@ -28,39 +28,31 @@ struct Outcome {
   bool keeps = false;
 };
 
-[[noreturn]] void finding(const char* what) {
-  std::fprintf(stderr, "fuzz_http_reply: %s\n", what);
-  std::abort();
-}
-
 // Reads one reply from bytes in pieces of piece bytes; the stream ends after them.
 Outcome read_reply(std::string_view bytes, std::size_t piece) {
   HttpReplyParser parser;
-  Outcome outcome;
-  while (outcome.used < bytes.size() && parser.progress() == HttpReplyParser::Progress::kMore) {
-    const std::string_view next = bytes.substr(outcome.used, piece);
+  std::size_t used = 0;
+  while (used < bytes.size() && parser.progress() == HttpReplyParser::Progress::kMore) {
+    const std::string_view next = bytes.substr(used, piece);
     const std::size_t taken = parser.feed(next);
-    if (taken > next.size()) {
-      finding("the parser took more bytes than it was given");
+    if (taken > next.size() ||
+        (taken < next.size() && parser.progress() == HttpReplyParser::Progress::kMore)) {
+      tavio_fuzz::fuzz_fail(
+          "the parser took more bytes than it was given, or left some before the reply's end", "");
     }
-    outcome.used += taken;
-    if (taken < next.size() && parser.progress() == HttpReplyParser::Progress::kMore) {
-      finding("the parser left bytes untaken before the reply's end");
-    }
+    used += taken;
   }
-  if (outcome.used == bytes.size()) {
+  if (used == bytes.size()) {
     parser.end_of_stream();
   }
-  outcome.progress = parser.progress();
-  outcome.status = parser.status();
-  outcome.body = parser.body();
-  outcome.keeps = parser.keeps_connection();
+  const Outcome outcome{used, parser.progress(), parser.status(), parser.body(),
+                        parser.keeps_connection()};
   if (outcome.body.size() > tavio::kMaxReplyBytes) {
-    finding("a body past the reply bound");
+    tavio_fuzz::fuzz_fail("a body past the reply bound", "");
   }
   if (outcome.progress == HttpReplyParser::Progress::kDone &&
       (outcome.status < 200 || outcome.status > 599)) {
-    finding("a reply done without a final status");
+    tavio_fuzz::fuzz_fail("a reply done without a final status", "");
   }
   return outcome;
 }
@@ -78,9 +70,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const Outcome whole = read_reply(rest, rest.size() + 1);
     const bool done = whole.progress == HttpReplyParser::Progress::kDone;
     if (in_pieces.progress != whole.progress ||
-        (done && (in_pieces.used != whole.used || in_pieces.status != whole.status ||
-                  in_pieces.body != whole.body || in_pieces.keeps != whole.keeps))) {
-      finding("the reply read in pieces differs from the reply read whole");
+        (done && std::tie(in_pieces.used, in_pieces.status, in_pieces.body, in_pieces.keeps) !=
+                     std::tie(whole.used, whole.status, whole.body, whole.keeps))) {
+      tavio_fuzz::fuzz_fail("the reply read in pieces differs from the reply read whole", "");
     }
     if (!done || whole.used == rest.size() || whole.used == 0) {
       return 0;

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"
@@ -19,43 +20,29 @@
 
 namespace {
 
-// One identifier of each value family; the clock and the uptime read no reply. The power
-// units are the example router's (integrated and external PMU, PDU).
-const char* const kIdentifiers[] = {
-    "ha_status",
-    "cpuload",
-    "lan_port_status_1",
-    "lan_ip",
-    "wan_status_1",
-    "vpn_status_1",
-    "wans_throughput_in",
-    "wans_throughput_out",
-    "wans_data_transfer",
-    "local_pmu_status_port_PMU1A2B3C4D5E6",
-    "ext_pmu_status_port_EXT0000000001A",
-    "pdu_status_port_PDU00000000001",
-    "pmu_port_ctrl_PMU1A2B3C4D5E6_1",
-    "local_pmu_status_temp_PMU1A2B3C4D5E6",
-    "ext_pmu_status_temp_EXT0000000001A",
-    "pdu_status_temp_PDU00000000001",
-    "local_pmu_status_in_volt_PMU1A2B3C4D5E6",
-    "ext_pmu_status_in_volt_EXT0000000001A",
-    "local_pmu_status_out_volt_PMU1A2B3C4D5E6",
-    "ext_pmu_status_out_volt_EXT0000000001A",
-    "pdu_status_volt_PDU00000000001",
-    "local_pmu_status_in_curr_PMU1A2B3C4D5E6",
-    "ext_pmu_status_in_curr_EXT0000000001A",
-    "local_pmu_status_out_curr_PMU1A2B3C4D5E6",
-    "ext_pmu_status_out_curr_EXT0000000001A",
-    "pdu_status_curr_PDU00000000001",
-    "lan_port_speed",
-    "wan_port_speed_1",
-    "remote_assist",
-    "pwr_consume_status_input_power",
-    "pwr_consume_status_battery_1",
-    "pwr_consume_status_battery",
-    "wifi_ap_status",
-};
+// One identifier of each value family but the power units'; the clock and the uptime read no
+// reply.
+const char* const kIdentifiers[] = {"ha_status",
+                                    "cpuload",
+                                    "lan_port_status_1",
+                                    "lan_ip",
+                                    "wan_status_1",
+                                    "vpn_status_1",
+                                    "wans_throughput_in",
+                                    "wans_throughput_out",
+                                    "wans_data_transfer",
+                                    "lan_port_speed",
+                                    "wan_port_speed_1",
+                                    "remote_assist",
+                                    "wifi_ap_status",
+                                    "pwr_consume_status_input_power",
+                                    "pwr_consume_status_battery",
+                                    "pwr_consume_status_battery_1",
+                                    "pmu_port_ctrl_PMU1A2B3C4D5E6_1"};
+// The power units' families: each measure of the example router's integrated and external PMU
+// and its PDU.
+const char* const kPmuMeasures[] = {"port", "temp", "in_volt", "out_volt", "in_curr", "out_curr"};
+const char* const kPduMeasures[] = {"port", "temp", "volt", "curr"};
 
 // Whatever tavio built must be writable as the display reads it.
 void check_writable(const tavio::JsonPtr& document, const char* what) {
@@ -78,13 +65,19 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view reply(reinterpret_cast<const char*>(data), size);
-  tavio_fuzz::restore_fuzz_root();
-  const tavio_fuzz::ServedReplies served({std::string(reply)},
-                                         tavio_fuzz::ReplyStatus::kAlwaysZero);
+  const tavio_fuzz::ServedReplies served({std::string(reply)});
   const tavio::PanelLayout layout;
 
-  for (const char* identifier : kIdentifiers) {
-    check_writable(tavio::render_value_item(identifier, layout), identifier);
+  std::vector<std::string> identifiers(std::begin(kIdentifiers), std::end(kIdentifiers));
+  for (const std::string measure : kPmuMeasures) {
+    identifiers.push_back("local_pmu_status_" + measure + "_PMU1A2B3C4D5E6");
+    identifiers.push_back("ext_pmu_status_" + measure + "_EXT0000000001A");
+  }
+  for (const std::string measure : kPduMeasures) {
+    identifiers.push_back("pdu_status_" + measure + "_PDU00000000001");
+  }
+  for (const std::string& identifier : identifiers) {
+    check_writable(tavio::render_value_item(identifier.c_str(), layout), identifier.c_str());
   }
   check_writable(tavio::power_menu_main(layout), "power_menu_main");
   check_writable(tavio::power_menu_pmu_items(layout), "power_menu_pmu_items");

@@ -23,71 +23,53 @@ namespace {
 constexpr char kTaglistPath[] = "/var/run/dorva/tavio/fuzz_taglist.conf";
 constexpr char kPanelSerial[] = "PNL-FUZZ";
 
-// Keys the router's files hold, and keys taken from the input's own lines.
+// Keys the router's files hold; the input's own "KEY=" lines add theirs.
 const char* const kKnownKeys[] = {"LAN_MEDIA",         "PIF1_MEDIA",      "WLAN_ORDER",
                                   "WLAN1_SSID",        "SUPPORT_THEME",   "LATEST_ACCESS",
                                   "MMI_LOGIN_KEYCODE", "LOCAL_HTTP_PORT", "ADMIN_PANEL_PASSCODE"};
 
-// The key of each "KEY=" line (as far as a key can be read; the reader decides the rest).
-std::vector<std::string> input_keys(std::string_view text) {
-  std::vector<std::string> keys;
+// What the list says for each key, as the C text callers get.
+std::vector<std::string> read_keys(const taglist_t* list, const std::vector<std::string>& keys) {
+  std::vector<std::string> values;
+  for (const std::string& key : keys) {
+    values.emplace_back(get_taglist_default_ex(list, "(absent)", "%s", key.c_str()));
+  }
+  return values;
+}
+
+void fuzz_taglist(std::string_view text) {
+  std::ofstream(std::string(tavio_fuzz::fuzz_root()) + kTaglistPath, std::ios::binary) << text;
+  std::vector<std::string> keys(std::begin(kKnownKeys), std::end(kKnownKeys));
   for (std::string_view line : tavio_fuzz::split_input(text, "\n")) {
     const std::size_t equals = line.find('=');
     if (equals != std::string_view::npos && equals > 0 && equals < 64) {
       keys.emplace_back(line.substr(0, equals));
     }
   }
-  return keys;
-}
-
-// What the list says for each key; a value is compared as the C text callers get.
-std::vector<std::pair<std::string, std::string>> read_keys(const taglist_t* list,
-                                                           const std::vector<std::string>& keys) {
-  std::vector<std::pair<std::string, std::string>> values;
-  for (const std::string& key : keys) {
-    values.emplace_back(key, get_taglist_default_ex(list, "(absent)", "%s", key.c_str()));
-  }
-  return values;
-}
-
-void fuzz_taglist(std::string_view text) {
-  const std::string host_path = std::string(tavio_fuzz::fuzz_root()) + kTaglistPath;
-  {
-    std::ofstream out(host_path, std::ios::binary | std::ios::trunc);
-    out.write(text.data(), static_cast<std::streamsize>(text.size()));
-  }
-  taglist_t* list = load_taglist_ex(kTaglistPath, 1, 0);
-  if (list == nullptr) {
+  const tavio::TaglistPtr list = tavio::load_taglist(kTaglistPath);
+  if (!list) {
     tavio_fuzz::fuzz_fail("an existing file did not load as a taglist", text);
   }
-  std::vector<std::string> keys = input_keys(text);
-  keys.insert(keys.begin(), std::begin(kKnownKeys), std::end(kKnownKeys));
-  static_cast<void>(get_taglist_default_ex(list, "", "PIF%d_MEDIA", static_cast<int>(text.size())));
-
+  static_cast<void>(
+      get_taglist_default_ex(list.get(), "", "PIF%d_MEDIA", static_cast<int>(text.size())));
   // A change as tavio makes one (a port's media), and one under a key from the input.
-  update_taglist_ex(list, "LAN_MEDIA", "100baseTx-FD");
-  if (keys.size() > std::size(kKnownKeys)) {
-    update_taglist_ex(list, keys.back().c_str(), std::string(text.substr(0, 32)).c_str());
-  }
-  const auto before = read_keys(list, keys);
-  if (save_taglist_ex(list, 1) != 0) {
+  update_taglist_ex(list.get(), "LAN_MEDIA", "100baseTx-FD");
+  update_taglist_ex(list.get(), keys.back().c_str(), std::string(text.substr(0, 32)).c_str());
+  std::vector<std::string> expected = read_keys(list.get(), keys);
+  if (save_taglist_ex(list.get(), 1) != 0) {
     tavio_fuzz::fuzz_fail("a taglist could not be saved", text);
   }
-  free_taglist(list);
-
-  taglist_t* again = load_taglist_ex(kTaglistPath, 1, 0);
-  if (again == nullptr) {
+  const tavio::TaglistPtr again = tavio::load_taglist(kTaglistPath);
+  if (!again) {
     tavio_fuzz::fuzz_fail("a saved taglist did not load", text);
   }
-  const auto after = read_keys(again, keys);
-  free_taglist(again);
-  for (std::size_t i = 0; i < before.size(); ++i) {
+  const std::vector<std::string> after = read_keys(again.get(), keys);
+  for (std::size_t i = 0; i < keys.size(); ++i) {
     // A value never spans lines: a line break inside one is saved as a blank.
-    std::string expected = before[i].second;
     std::replace_if(
-        expected.begin(), expected.end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
-    if (after[i].second != expected) {
-      tavio_fuzz::fuzz_fail("a saved taglist reads back differently at key", before[i].first);
+        expected[i].begin(), expected[i].end(), [](char c) { return c == '\r' || c == '\n'; }, ' ');
+    if (after[i] != expected[i]) {
+      tavio_fuzz::fuzz_fail("a saved taglist reads back differently at key", keys[i]);
     }
   }
 }
@@ -114,8 +96,7 @@ extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   const std::string_view text(reinterpret_cast<const char*>(data), size);
-  tavio_fuzz::restore_fuzz_root();
-  const tavio_fuzz::ServedReplies served({}, tavio_fuzz::ReplyStatus::kAlwaysZero);
+  const tavio_fuzz::ServedReplies served({});
   fuzz_taglist(text);
   if (size > 0) {
     fuzz_font_table(static_cast<std::int8_t>(data[0]), text.substr(1));

@@ -31,26 +31,24 @@ printf '{"enable":true}' >"$work/setup/body"
 printf 'a\0b\n\0\n\nlast' >"$work/setup/nul"
 
 failures=0 count=0
-# check TOOL [VAR=VALUE...] -- ARGS...: one call through both stand-ins, in order.
+# Each side's own stand-ins first on PATH, then sim/bin's for anything else; no system folder
+# but /usr/bin and /bin.
+declare -A path=([shell]="$repo/sim/bin:/usr/bin:/bin"
+  [compiled]="$work/bin:$repo/sim/bin:/usr/bin:/bin")
+# check [VAR=VALUE...] TOOL ARGS...: one call through both stand-ins.
 check() {
-  local tool=$1 settings=() name
-  shift
-  while [[ $1 != -- ]]; do settings+=("$1"); shift; done
-  shift
+  local side
   count=$((count + 1))
   for side in shell compiled; do
     rm -rf "${work:?}/$side" && cp -a "$work/setup" "$work/$side"
-    local program=$work/bin/$tool
-    [[ $side == shell ]] && program=$repo/sim/bin/$tool
     set +e
-    (cd "$work/$side" && env TAVIO_ROOT="$root" TAVIO_STANDIN_LOG=log "${settings[@]}" \
-      "$program" "$@" >stdout 2>/dev/null)
+    (cd "$work/$side" && env PATH="${path[$side]}" TAVIO_ROOT="$root" TAVIO_STANDIN_LOG=log "$@" \
+      >stdout 2>/dev/null)
     echo "exit status $?" >"$work/$side/status"
     set -e
   done
   if ! diff -r "$work/shell" "$work/compiled" >"$work/diff"; then
-    name="$tool ${settings[*]} $*"
-    echo "FAIL: $name"
+    echo "FAIL: $*"
     sed 's/^/    /' "$work/diff"
     failures=$((failures + 1))
   fi
@@ -58,56 +56,52 @@ check() {
 
 api=http://127.0.0.1:8080/api
 w=(-T 10 -e hdr -O out/reply.json)
-check wget_https -- "${w[@]}" "$api/status.system.info&infoType=cpuLoad"
-check wget_https -- "${w[@]}" "$api/status.port?lite=no&id=3"
-check wget_https -- "${w[@]}" "$api/status.port?lite=yes&id=3"   # falls back to status.port
-check wget_https -- "${w[@]}" "$api/status.wan.connection?id=7"
-check wget_https -- "${w[@]}" "$api/status.unknown?id=1"
-check wget_https -- "${w[@]}" "$api/status.korvpn"               # NAME.down
-check wget_https -- "${w[@]}" "$api/status.korvpn?id=1"
-check wget_https -- "${w[@]}" "$api/a/b?c=1"
-check wget_https -- "${w[@]}" "http://127.0.0.1:80/x/api/a/b?c=1"
-check wget_https -- "${w[@]}" "http://127.0.0.1:8080/api/"
-check wget_https -- "${w[@]}" "http://127.0.0.1:/api/cmd.ap"
-check wget_https -- "${w[@]}" "http://10.0.0.1:8080/api/cmd.ap"
-check wget_https TAVIO_SIM_API_DOWN=1 -- "${w[@]}" "$api/cmd.ap"
-check wget_https TAVIO_SIM_API_DOWN= -- "${w[@]}" "$api/cmd.ap"
-check wget_https -- -T 10 -e hdr "$api/cmd.ap"
-check wget_https -- -T 10 -f body -e hdr -O out/reply.json "$api/cmd.system.reboot"
-check wget_https -- -T 10 -f nul -e missing -O out/reply.json "$api/cmd.system.reboot"
-check wget_https -- -e hdr -T 3 -O out/reply.json "$api/cmd.ap"
-check wget_https -- -T 10 -e hdr -O no/such/dir/reply.json "$api/cmd.ap"
-check wget_https -- -T 10 -e hdr -O out "$api/cmd.ap"
-check wget_https -- -T 1x -e hdr "$api/cmd.ap"
-check wget_https -- -T "" -e hdr "$api/cmd.ap"
-check wget_https -- -e hdr "$api/cmd.ap"
-check wget_https -- -T 10 "$api/cmd.ap"
-check wget_https -- -T 10 -e hdr
-check wget_https -- -T 10 -e hdr "$api/cmd.ap" "$api/cmd.ap"
-check wget_https -- -T 10 -e hdr "" "$api/cmd.ap"
-check wget_https -- -T 10 -e hdr -q "$api/cmd.ap"
-check wget_https -- -T 10 -e hdr - "$api/cmd.ap"
-check wget_https -- -T 10 -e
-check wget_https --
-check wget_https TAVIO_ROOT= -- "${w[@]}" "$api/cmd.ap"
-check wget_https TAVIO_STANDIN_LOG= -- "${w[@]}" "$api/cmd.ap"
+# Replies found, a lite port falling back to status.port, NAME.down, unknown and foreign URLs.
+for url in "$api/status.system.info&infoType=cpuLoad" "$api/status.port?lite=no&id=3" \
+  "$api/status.port?lite=yes&id=3" "$api/status.wan.connection?id=7" "$api/status.unknown?id=1" \
+  "$api/status.korvpn" "$api/status.korvpn?id=1" "$api/a/b?c=1" \
+  "http://127.0.0.1:80/x/api/a/b?c=1" "http://127.0.0.1:8080/api/" \
+  "http://127.0.0.1:/api/cmd.ap" "http://10.0.0.1:8080/api/cmd.ap"; do
+  check wget_https "${w[@]}" "$url"
+done
+check TAVIO_SIM_API_DOWN=1 wget_https "${w[@]}" "$api/cmd.ap"
+check TAVIO_SIM_API_DOWN= wget_https "${w[@]}" "$api/cmd.ap"
+check wget_https -T 10 -e hdr "$api/cmd.ap"
+check wget_https -T 10 -f body -e hdr -O out/reply.json "$api/cmd.system.reboot"
+check wget_https -T 10 -f nul -e missing -O out/reply.json "$api/cmd.system.reboot"
+check wget_https -e hdr -T 3 -O out/reply.json "$api/cmd.ap"
+check wget_https -T 10 -e hdr -O no/such/dir/reply.json "$api/cmd.ap"
+check wget_https -T 10 -e hdr -O out "$api/cmd.ap"
+check wget_https -T 1x -e hdr "$api/cmd.ap"
+check wget_https -T "" -e hdr "$api/cmd.ap"
+check wget_https -e hdr "$api/cmd.ap"
+check wget_https -T 10 "$api/cmd.ap"
+check wget_https -T 10 -e hdr
+check wget_https -T 10 -e hdr "$api/cmd.ap" "$api/cmd.ap"
+check wget_https -T 10 -e hdr "" "$api/cmd.ap"
+check wget_https -T 10 -e hdr -q "$api/cmd.ap"
+check wget_https -T 10 -e hdr - "$api/cmd.ap"
+check wget_https -T 10 -e
+check wget_https
+check TAVIO_ROOT= wget_https "${w[@]}" "$api/cmd.ap"
+check TAVIO_STANDIN_LOG= wget_https "${w[@]}" "$api/cmd.ap"
 touch "$root/sim/api/DOWN"
-check wget_https -- "${w[@]}" "$api/cmd.ap"
+check wget_https "${w[@]}" "$api/cmd.ap"
 rm "$root/sim/api/DOWN"
 
-check capwap_cli -- iotdevlist
-check capwap_cli -- iotstatus PMU1A2B3C4D5E6
-check capwap_cli -- iotdevport_set PDU00000000001 3:on
-check capwap_cli -- iotdevlist extra                   # falls back to iotdevlist.json
-check capwap_cli -- iotstatus NOSUCHUNIT
+check capwap_cli iotdevlist
+check capwap_cli iotstatus PMU1A2B3C4D5E6
+check capwap_cli iotdevport_set PDU00000000001 3:on
+check capwap_cli iotdevlist extra                   # falls back to iotdevlist.json
+check capwap_cli iotstatus NOSUCHUNIT
 # shellcheck disable=SC2016  # the text is meant literally
-check capwap_cli -- iotstatus 'a;reboot' "it's" '$(x)' '' 'a b'
-check capwap_cli -- iotstatus a/b
-check capwap_cli -- panel_reload PNL-IN
-check capwap_cli -- ''
-check capwap_cli --
-check capwap_cli TAVIO_ROOT= -- iotdevlist
-check capwap_cli TAVIO_STANDIN_LOG= -- iotdevlist
+check capwap_cli iotstatus 'a;reboot' "it's" '$(x)' '' 'a b'
+check capwap_cli iotstatus a/b
+check capwap_cli panel_reload PNL-IN
+check capwap_cli ''
+check capwap_cli
+check TAVIO_ROOT= capwap_cli iotdevlist
+check TAVIO_STANDIN_LOG= capwap_cli iotdevlist
 
 echo "$count calls, $failures differ"
 [[ $failures -eq 0 ]]
