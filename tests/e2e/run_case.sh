@@ -1,32 +1,24 @@
 #!/usr/bin/env bash
 # Runs one end-to-end case of tavio against a private copy of the example router.
 #
-#   run_case.sh CASE_DIR TAVIO_BINARY [EMULATOR [EMULATOR_ARGS...]]
+#   run_case.sh CASE_DIR TAVIO_BINARY [EMULATOR [EMULATOR_ARGS...]]   (or TAVIO_EMULATOR)
 #
-# The emulator (for a cross-built binary) may also come from TAVIO_EMULATOR, split on blanks.
-# A case directory holds args (tavio's arguments, one a line) and expected.stdout (exactly),
-# and may hold: request.json (copied to @IN@), output.initial (an old response at @OUT@),
-# work/ (copied into @WORK@), empty-root (start from an empty root instead of sim/router),
-# root/ (copied over the root), env (KEY=VALUE lines to export; not PATH), faketime (a moment
-# as `date -d` reads it: the wall clock stands still there, libfaketime), uptime (the seconds
-# sysinfo gives, written into its answer by strace), expected.json (the response, byte for
-# byte; without it none may be written) and expected.log (the stand-ins' command log; without
-# it no stand-in may run). Placeholders in args, env, expected.stdout and expected.log: @IN@,
-# @OUT@, @WORK@ (the case's scratch directory), @ROOT@, @PID@ (tavio's process id where it
-# names a file). tavio's background commands are waited for, 15 s at most after it ends.
+# A case holds args (one a line) and expected.stdout, and may hold request.json (copied to
+# @IN@), output.initial (an old response at @OUT@), work/ (copied into @WORK@), empty-root (no
+# sim/router), root/ (copied over the root), env (KEY=VALUE lines, not PATH), faketime (a
+# `date -d` moment the wall clock stands still at), uptime (seconds, given to sysinfo's
+# answer), expected.json (without it no response may be written) and expected.log (the
+# stand-ins' command log; without it none may run). @ROOT@ and @PID@ (tavio's process id in a
+# file name) are placeholders too. Every run also checks exit status 0, the stand-ins first on
+# PATH, and temporary files named after tavio's process id, none left behind. SKIP (77) when
+# libfaketime or a tracing strace is missing. TAVIO_UPDATE_GOLDEN=1 writes the run's results
+# as the expectations instead (review every changed file by hand).
 #
-# Every run checks: exit status 0; the machine-changing tools, wget_https and capwap_cli
-# resolve into sim/bin; every temporary file is named after tavio's own process id and none is
-# left in the run directory. A case that needs what this machine lacks (libfaketime, strace
-# that may trace) prints SKIP and ends with exit status 77. TAVIO_UPDATE_GOLDEN=1 writes what
-# the run produced as the case's expectations instead (review every changed file by hand).
-#
-# TAVIO_API_TRANSPORT=http (a build with that transport): tavio speaks HTTP itself, so the
-# recorded replies are served by replay_server.py on a free port that replaces LOCAL_HTTP_PORT
-# in the root's /etc/localhost_http_port. The server logs each request as "http METHOD URL"
-# with the port the case's files name and the lines the stand-in would have logged, and each
-# wget_https line of expected.log is read in that form (POST when it has -f); calls to another
-# port reach no server and are left out of both. Goldens come from the tool transport only.
+# TAVIO_API_TRANSPORT=http: tavio speaks HTTP itself to replay_server.py, on a free port put
+# into the root's /etc/localhost_http_port. The server logs each request as "http METHOD URL"
+# with the port the case's files name and the lines the stand-in would log; expected.log's
+# wget_https lines are read in that form (POST with -f), and calls to another port reach no
+# server and are left out of both. Goldens come from the tool transport only.
 set -euo pipefail
 
 die() { echo "run_case: $*" >&2; exit 2; }

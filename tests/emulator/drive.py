@@ -2,13 +2,11 @@
 """Walks walk.scenario on the panel emulator, one of three ways.
 
     drive.py walk TAVIO [EMULATOR...]        the core, keys straight in, a virtual clock
-    drive.py terminal TAVIO [EMULATOR...]    tools/panel-emu under tmux: send-keys, capture-pane
+    drive.py terminal TAVIO [EMULATOR...]    tools/panel-emu under tmux (77 without tmux)
     drive.py browser TAVIO [SCREENSHOT.png]  the page in Chromium (through run_browser.sh)
 
-A cross-built tavio runs under EMULATOR (e.g. qemu-arm -L ...). Each start gets a fresh copy
-of sim/router under a temporary directory, removed at the end. Exit status 77 when tmux is
-missing. EMULATOR_UPDATE_GOLDEN=1 writes the grids seen as the golden pictures (review them
-before committing).
+Each start gets a fresh copy of sim/router. EMULATOR_UPDATE_GOLDEN=1 writes the grids seen as
+the golden pictures (review them before committing).
 """
 import json
 import os
