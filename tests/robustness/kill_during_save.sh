@@ -8,22 +8,12 @@
 # Every file and descriptor system call of tavio is, in turn, the one at which it is killed
 # (strace's fault injection, one kind of call and its Nth occurrence at a time). Under an
 # emulator the system calls are the emulator's: there the saves are only checked once.
-set -euo pipefail
-
-binary=$1
-shift
-emulator=("$@")
-repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+# shellcheck source=tests/robustness/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 command -v strace >/dev/null || { echo "SKIP: strace is missing"; exit 77; }
-work=$(mktemp -d "${TMPDIR:-/tmp}/tavio-kill.XXXXXX")
-trap 'rm -rf "$work"' EXIT
 export PATH=$repo/sim/bin:$PATH TAVIO_STANDIN_LOG=$work/standin.log
-# shellcheck source=tools/check-standins
-source "$repo/tools/check-standins"
 rundir=var/run/dorva/tavio
 conf=usr/local/velto/conf
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 
 # Only what the saves read: a kill test starts from a fresh root hundreds of times.
 fresh_root() {
@@ -97,5 +87,4 @@ for save in "${saves[@]}"; do
   echo "$name: killed at each of $calls calls"
 done
 
-[[ $failures -eq 0 ]] || exit 1
-echo "PASS kill_during_save"
+finish kill_during_save

@@ -4,24 +4,13 @@
 # file outside the run directory and the response file, or a cut response.
 #
 #   limits.sh TAVIO_BINARY [EMULATOR...]
-set -euo pipefail
-
-binary=$1
-shift
-emulator=("$@")
-repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-work=$(mktemp -d "${TMPDIR:-/tmp}/tavio-limits.XXXXXX")
-trap 'rm -rf "$work"' EXIT
+# shellcheck source=tests/robustness/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 root=$work/root rundir=$work/root/var/run/dorva/tavio out=$work/out.json
 cp -a "$repo/sim/router/." "$root/"
 mkdir -p "$rundir"
 export TAVIO_ROOT=$root TAVIO_STANDIN_LOG=$work/standin.log
 export PATH=$repo/sim/bin:$PATH
-# shellcheck source=tools/check-standins
-source "$repo/tools/check-standins"
-
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 tavio() {  # ARGS...: tavio after the stand-in check, its output in $work/stdout and stderr
   check_standins "$repo/sim/bin" || exit 1
   timeout 20 "${emulator[@]}" "$binary" "$@" >"$work/stdout" 2>"$work/stderr" </dev/null
@@ -226,5 +215,4 @@ done
 if grep -qE '^(reboot|restoreconfig|saveconfig|activate)' "$TAVIO_STANDIN_LOG" 2>/dev/null; then
   fail "a machine-changing stand-in was called"
 fi
-[[ $failures -eq 0 ]] || exit 1
-echo "PASS limits"
+finish limits

@@ -7,20 +7,10 @@
 # start with default signal dispositions and no mask.
 #
 #   tools.sh TAVIO_BINARY [EMULATOR...]
-set -euo pipefail
-
-binary=$1
-shift
-emulator=("$@")
+# shellcheck source=tests/robustness/common.sh
+source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 # The emulator by its full path: some cases run tavio with a PATH of their own folders only.
 [[ ${#emulator[@]} -eq 0 ]] || emulator[0]=$(command -v "${emulator[0]}")
-repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
-top=$(mktemp -d "${TMPDIR:-/tmp}/tavio-tools.XXXXXX")
-trap 'rm -rf "$top"' EXIT
-# shellcheck source=tools/check-standins
-source "$repo/tools/check-standins"
-report=$top/report
-fail() { echo "FAIL $*" >>"$report"; }
 
 # Stand-ins that misbehave. Each notes its own process id and that of the child it starts, so
 # the checks can tell whether anything of the run is still alive.
@@ -46,7 +36,7 @@ read_three='{"type":"valueRead","req":{"list":[{"k":"cpuload"},{"k":"wans_throug
 # a stand-in folder holding sim/bin's stand-ins, with the named tools replaced by scripts
 # ("" removes the tool).
 setup() {
-  local dir=$top/$1 tool
+  local dir=$work/$1 tool
   mkdir -p "$dir/root" "$dir/bin"
   cp -a "$repo/sim/router/." "$dir/root/"
   mkdir -p "$dir/root/var/run/dorva/tavio"
@@ -68,7 +58,7 @@ setup() {
 # stand-ins first on PATH, after checking that nothing which changes the machine can be reached
 # (where a tool was removed on purpose, setup checked the folder). Prints the seconds it took.
 run() {
-  local dir=$top/$1 started=$SECONDS
+  local dir=$work/$1 started=$SECONDS
   shift
   (
     # shellcheck disable=SC2030  # each scenario's own environment
@@ -83,21 +73,21 @@ run() {
 # expect_gone NAME: no process the stand-ins noted is still alive (killed if it is).
 expect_gone() {
   local pid
-  [[ -f $top/$1/root/pids ]] || return 0
+  [[ -f $work/$1/root/pids ]] || return 0
   sleep 0.5  # a killed process is reaped by its new parent
   while read -r pid; do
     if [[ -e /proc/$pid ]] && ! grep -q '^State:.Z' "/proc/$pid/status" 2>/dev/null; then
       fail "$1: process $pid of the run is still alive"
       kill -9 "$pid" 2>/dev/null || true
     fi
-  done <"$top/$1/root/pids"
+  done <"$work/$1/root/pids"
 }
 
 # expect NAME SECONDS MIN MAX [FAILING_TOOL]: the exchange took MIN to MAX seconds, succeeded,
 # left no temporary file and no living process of the run, and answered as it does when
 # FAILING_TOOL fails at once.
 expect() {
-  local name=$1 took=$2 dir=$top/$1
+  local name=$1 took=$2 dir=$work/$1
   ((took >= $3 && took <= $4)) || fail "$name: took $took s, expected $3 to $4"
   grep -q '^Success to generate output file' "$dir/stdout" ||
     fail "$name: no success line: $(head -c 300 "$dir/stdout")"
@@ -108,16 +98,16 @@ expect() {
   setup "$name-fails" "$(<"$dir/request.json")" "$5" '#!/bin/sh
 exit 1'
   run "$name-fails" >/dev/null
-  cmp -s "$dir/response.json" "$top/$name-fails/response.json" ||
+  cmp -s "$dir/response.json" "$work/$name-fails/response.json" ||
     fail "$name: answered $(head -c 300 "$dir/response.json"), not as a failed $5 does: $(
-      head -c 300 "$top/$name-fails/response.json")"
+      head -c 300 "$work/$name-fails/response.json")"
 }
 
 # The slow ones run side by side.
 setup device-hangs "$read_input" capwap_cli "$hang"
 setup api-hangs '{"type":"valueRead","req":{"list":[{"k":"cpuload"}]}}' wget_https "$hang"
 setup budget "$read_three" wget_https "$slow_api"
-for name in device-hangs api-hangs budget; do run "$name" >"$top/$name.took" & done
+for name in device-hangs api-hangs budget; do run "$name" >"$work/$name.took" & done
 
 # The caller's signal state, handed on through exec: the fetch tool notes the state it was
 # started with, then answers as usual.
@@ -136,19 +126,19 @@ else:
     for s in (signal.SIGCHLD, signal.SIGINT, signal.SIGPIPE, signal.SIGUSR1, signal.SIGRTMAX):
         signal.signal(s, signal.SIG_IGN)
 os.execvp(sys.argv[2], sys.argv[2:])' "$state")" 0 3
-  cmp -s "$top/caller-$state/response.json" "$top/caller-blocked/response.json" ||
+  cmp -s "$work/caller-$state/response.json" "$work/caller-blocked/response.json" ||
     fail "caller-$state: answered otherwise than with signals blocked"
-  ! grep -q '"v":""' "$top/caller-$state/response.json" ||
-    fail "caller-$state: a value came back empty: $(cat "$top/caller-$state/response.json")"
+  ! grep -q '"v":""' "$work/caller-$state/response.json" ||
+    fail "caller-$state: a value came back empty: $(cat "$work/caller-$state/response.json")"
   # Under an emulator the tools are the emulator's children: only a native run tells.
-  [[ ${#emulator[@]} -gt 0 ]] || ! grep -qv ':[[:space:]]*0*$' "$top/caller-$state/root/signals" ||
-    fail "caller-$state: a tool started with $(sort -u "$top/caller-$state/root/signals")"
+  [[ ${#emulator[@]} -gt 0 ]] || ! grep -qv ':[[:space:]]*0*$' "$work/caller-$state/root/signals" ||
+    fail "caller-$state: a tool started with $(sort -u "$work/caller-$state/root/signals")"
 done
 
 # A stand-in first on PATH that cannot be executed (Windows line endings, "/bin/sh\r", or a
 # missing interpreter): the call fails as the shell's would, and the program of the same name
 # further down PATH never runs. PATH holds nothing but this test's two folders.
-broken=$top/broken
+broken=$work/broken
 mkdir -p "$broken/root" "$broken/first" "$broken/later"
 cp -a "$repo/sim/router/." "$broken/root/"
 for tool in reboot restoreconfig saveconfig activate wget_https capwap_cli sleep; do
@@ -175,11 +165,11 @@ fi
 # Without end: stopped at the reply bound; nothing of it lands in the run directory.
 setup device-floods "$read_input" capwap_cli "$flood"
 expect device-floods "$(run device-floods)" 0 5 capwap_cli
-[[ -z $(find "$top/device-floods/root" -size +1M) ]] || fail "device-floods: a large file was written"
+[[ -z $(find "$work/device-floods/root" -size +1M) ]] || fail "device-floods: a large file was written"
 # Missing from PATH: the same answer as a tool that fails.
 setup device-missing "$read_input" capwap_cli ""
 # shellcheck disable=SC2031  # the PATH tavio gets
-if (PATH=$top/device-missing/bin:$PATH && command -v capwap_cli >/dev/null); then
+if (PATH=$work/device-missing/bin:$PATH && command -v capwap_cli >/dev/null); then
   echo "SKIP: a capwap_cli outside the stand-ins is on PATH"
   exit 77
 fi
@@ -190,7 +180,7 @@ expect device-missing "$(run device-missing)" 0 3 capwap_cli
 for signal in TERM KILL; do
   setup "killed-$signal" "$read_input" capwap_cli "$hang"
   run "killed-$signal" >/dev/null &
-  pids=$top/killed-$signal/root/pids
+  pids=$work/killed-$signal/root/pids
   for _ in $(seq 100); do
     [[ -f $pids && $(wc -l <"$pids") -ge 2 ]] && break
     sleep 0.05
@@ -203,14 +193,10 @@ done
 wait
 # A device tool's deadline is 10 s, the fetch tool's 12 s; two calls of 11 s spend the 20 s
 # budget, so the third item's call is never started.
-expect device-hangs "$(<"$top/device-hangs.took")" 9 14 capwap_cli
-expect api-hangs "$(<"$top/api-hangs.took")" 11 16 wget_https
-expect budget "$(<"$top/budget.took")" 21 27 wget_https
-[[ $(wc -l <"$top/budget/root/calls") -eq 2 ]] ||
-  fail "budget: calls after the budget was spent: $(cat "$top/budget/root/calls")"
+expect device-hangs "$(<"$work/device-hangs.took")" 9 14 capwap_cli
+expect api-hangs "$(<"$work/api-hangs.took")" 11 16 wget_https
+expect budget "$(<"$work/budget.took")" 21 27 wget_https
+[[ $(wc -l <"$work/budget/root/calls") -eq 2 ]] ||
+  fail "budget: calls after the budget was spent: $(cat "$work/budget/root/calls")"
 
-if [[ -s $report ]]; then
-  cat "$report"
-  exit 1
-fi
-echo "PASS: hangs, floods, missing and broken tools, the budget, the caller's signals and kills"
+finish "hangs, floods, missing and broken tools, the budget, the caller's signals and kills"
