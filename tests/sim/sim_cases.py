@@ -53,12 +53,6 @@ def event(text): return ("event", text)  # a line of the simulator's own event l
 def logged(line): return ("log", line)  # a line of the stand-ins' command log
 
 
-def api_fault(fault):
-    """Every API answer fails while the fault is on, and all is well again once it is off."""
-    return [ctl("fault", fault, "on"), read(NO_API), write("remote_assist", "Off", "", "failed"),
-            ctl("fault", fault, "off"), read({"cpuload": CPU_7, "wan_status_1": WAN1_UP})]
-
-
 CASES = {
     "moving-figures": [
         ctl("clock", "10"), read({"cpuload": CPU_7, "wan_status_1": WAN1_UP,
@@ -78,17 +72,15 @@ CASES = {
         ctl("fault", "slow", "on"),
         read({"cpuload": CPU_7 if OVER_HTTP else "", "wan_status_1": WAN1_UP,
               "remote_assist": "On"})],
-    "api-faults": sum((api_fault(fault) for fault in
-                       ("malformed", "no_response", "http_500", "api_down")), []),
-    "units-go-quiet": [
-        ctl("fault", "unit_silent", "on", "units=" + EXT),
+    "api-down-and-back": [
+        ctl("fault", "api_down", "on"), read(NO_API), write("remote_assist", "Off", "", "failed"),
+        ctl("fault", "api_down", "off"), read({"cpuload": CPU_7, "remote_assist": "On"}),
+        ctl("fault", "http_500", "on"), read(NO_API)],
+    "unit-leaves": [
+        read(dict(PDU_TEMP, **{"ext_pmu_status_port_" + EXT: "Port Status:       ON"})),
+        ctl("unit", "remove", EXT), event("unit remove %r" % EXT),
         read(dict(PDU_TEMP, **{"ext_pmu_status_port_" + EXT: unreachable("External PMU")})),
-        write("pmu_port_ctrl_%s_1" % EXT, "ON", "", "failed"),
-        ctl("fault", "unit_silent", "on", "units=[]"),
-        read({"local_pmu_status_temp_" + PMU: unreachable("Integrated PMU")}),
-        ctl("fault", "unit_silent", "off"), ctl("unit", "remove", EXT),
-        event("unit remove %r" % EXT),
-        read(dict(PDU_TEMP, **{"ext_pmu_status_port_" + EXT: unreachable("External PMU")}))],
+        write("pmu_port_ctrl_%s_1" % EXT, "ON", "", "failed")],
 }
 
 
