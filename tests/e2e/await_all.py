@@ -3,14 +3,10 @@
 
     await_all.py SETTLE PID_FILE COMMAND [ARGS...]
 
-tavio starts its background actions (reboot, factory reset, panel reload, ...) in a detached
-process that tavio never waits for and that keeps none of tavio's descriptors. To see what
-those actions did, this process becomes the child subreaper of everything it starts: a
-detached process whose parent ends is handed to it, so it can wait for the last one. The
-wait ends when no descendant is left, or SETTLE seconds after the command itself ended.
-
-The command's process id goes into PID_FILE before it starts; the exit status is the
-command's own (128 + N for a command ended by signal N).
+tavio's background actions run in a detached process it never waits for. As the child
+subreaper of everything it starts, this process is handed each such orphan and waits for the
+last one, or until SETTLE seconds after the command ended. The command's process id goes into
+PID_FILE before it starts; the exit status is the command's own (128 + N for signal N).
 """
 import ctypes
 import os

@@ -1,20 +1,15 @@
 #!/usr/bin/env bash
-# Walks walk.scenario on the browser version of the panel emulator (browser_walk.mjs).
+# Walks walk.scenario on the browser version of the panel emulator (drive.py browser).
 #
 #   run_browser.sh TAVIO [SCREENSHOT.png]
 #
 # Needs node, Debian's Chromium (/usr/bin/chromium) and the npm package playwright-core,
 # installed by `npm ci` into tests/emulator/node_modules when it is not there yet. Exit status
-# 77 (skipped) when one of them cannot be had. Everything the walk starts and writes goes
-# when it ends.
+# 77 (skipped) when one of them cannot be had.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 [[ $# -ge 1 ]] || { echo "usage: run_browser.sh TAVIO [SCREENSHOT.png]" >&2; exit 2; }
-tavio=$(cd "$(dirname "$1")" && pwd)/$(basename "$1")
-screenshot=${2:-}
-[[ -z $screenshot || $screenshot == /* ]] || screenshot=$PWD/$screenshot
-
 skip() { echo "SKIP: $*"; exit 77; }
 command -v node >/dev/null || skip "node is not installed"
 [[ -x /usr/bin/chromium ]] || skip "Debian's chromium is not installed"
@@ -23,7 +18,4 @@ if [[ ! -d $here/node_modules/playwright-core ]]; then
   (cd "$here" && npm ci --no-audit --no-fund --loglevel=error) ||
     skip "playwright-core could not be installed with npm"
 fi
-
-work=$(mktemp -d "${TMPDIR:-/tmp}/emulator-browser.XXXXXX")
-trap 'rm -rf "$work"' EXIT
-node "$here/browser_walk.mjs" "$tavio" "$work" ${screenshot:+"$screenshot"}
+exec python3 "$here/drive.py" browser "$@"
