@@ -43,6 +43,7 @@ TEST_F(TaglistTest, ReadsEntries) {
        {{"C", "3"}, {"E", "ok"}},
        {"A", "B", "K", "K-1", "D"}},
       {"A=1\nB=x\nA=\"2\"\n", {{"A", "2"}, {"B", "x"}}, {}},  // the later duplicate wins
+      {"Zz_09=1\n", {{"Zz_09", "1"}}, {}},  // every kind of key character, at its edges
       {"", {}, {"A"}},  // an empty file is an empty list; a missing one is no list
   };
   EXPECT_FALSE(load_taglist(kFile));

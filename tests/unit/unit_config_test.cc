@@ -84,6 +84,15 @@ TEST(CronToScheduleTime, TimeAndFrequency) {
   }
 }
 
+// Ports 1 to port - 1, so that only the highest ports are shown.
+ProtectedPorts protect_all_below(int port) {
+  ProtectedPorts ports;
+  for (int below = 1; below < port; ++below) {
+    ports.push_back(below);
+  }
+  return ports;
+}
+
 TEST(PortValues, OneLinePerUnprotectedPortMissingShownAsNa) {
   constexpr ThemeMode kStd = ThemeMode::kDefault, kAlt = ThemeMode::kAlternative;
   const struct {
@@ -97,6 +106,7 @@ TEST(PortValues, OneLinePerUnprotectedPortMissingShownAsNa) {
       {2, {}, kStd, R"({"r1":"12","r2":""})", "Max. Voltage 1:  12 V\nMax. Voltage 2:   N/A"},
       {3, {2}, kStd, R"({"r1":"12","r3":7})", "Max. Voltage 1:  12 V\nMax. Voltage 3:   N/A"},
       {2, {1, 2}, kStd, R"({"r1":"12","r2":"13"})", nullptr},
+      {32, protect_all_below(32), kStd, R"({"r32":"5","r33":"6"})", "Max. Voltage 32:  5 V"},
   };
   for (const auto& c : cases) {
     const UnitConfig config = read_config(std::string(R"({"over_v": )") + c.values + "}");
