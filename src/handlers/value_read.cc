@@ -176,14 +176,10 @@ JsonPtr handle_value_read(const json_t* req, const Exchange& exchange) {
     return nullptr;
   }
   JsonArrayBuilder entries;
-  const json_t* list = json_object_get(req, "list");
-  if (json_is_array(list)) {
-    for (std::size_t i = 0; i < json_array_size(list); ++i) {
-      const json_t* element = json_array_get(list, i);
-      const char* identifier = jget_string(element, "k", "");
-      if (!json_is_object(element) || identifier[0] == '\0') {
-        continue;
-      }
+  const json_t* list = json_object_get(req, "list");  // not a list: no elements
+  for (std::size_t i = 0; i < json_array_size(list); ++i) {
+    const char* identifier = jget_string(json_array_get(list, i), "k", "");  // "" unless named
+    if (identifier[0] != '\0') {
       entries.add(render_value_item(identifier, exchange.layout));
     }
   }

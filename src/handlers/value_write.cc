@@ -94,8 +94,19 @@ struct WriteRequest {
 
 bool is_yes(const char* value) { return std::strcmp(value, "Yes") == 0; }
 
-// Starts programs one after another in the background; their outcome is never looked at.
-void run_in_background(const std::vector<Command>& steps) { run_detached(steps); }
+// Asks the display process, in the background, to reload the panel's screens; a serial
+// refused as an argument asks nothing.
+void panel_reload(const std::string& serial) {
+  if (!outside_argument_fits(serial, kReloadSerialLimit)) {
+    return;
+  }
+  // An empty serial is no argument at all.
+  Command reload{"capwap_cli", {"panel_reload"}, kDeviceToolDeadline};
+  if (!serial.empty()) {
+    reload.args.push_back(serial);
+  }
+  run_detached({reload});
+}
 
 // The pause before a reset, so the response reaches the panel first; its deadline is the
 // pause and a margin.
@@ -107,9 +118,9 @@ void restore_factory(const WriteRequest& write) {
     write.answer.done("No");
     return;
   }
-  run_in_background({{"restoreconfig", {}, kFlashToolDeadline},
-                     pause_before_reset(),
-                     {"reboot", {}, kFlashToolDeadline}});
+  run_detached({{"restoreconfig", {}, kFlashToolDeadline},
+                pause_before_reset(),
+                {"reboot", {}, kFlashToolDeadline}});
   write.answer.done("Yes").rebooting_message();
 }
 
@@ -127,8 +138,8 @@ void reset_admin_password(const WriteRequest& write) {
     write.answer.done("No");
     return;
   }
-  run_in_background({pause_before_reset(),
-                     {HostPath::system(kRecoverPasswordTool).str(), {}, kFlashToolDeadline}});
+  run_detached({pause_before_reset(),
+                {HostPath::system(kRecoverPasswordTool).str(), {}, kFlashToolDeadline}});
   write.answer.done("Yes");
 }
 
@@ -194,24 +205,8 @@ const ActionRow kActionRows[] = {
     {item::kPortControl, power_port_switch},
 };
 
-}  // namespace
-
-const ItemKey* value_write_key(const char* identifier) {
-  return matching_row_key(kActionRows, identifier);
-}
-
-void panel_reload(const std::string& serial) {
-  if (!outside_argument_fits(serial, kReloadSerialLimit)) {
-    return;
-  }
-  // An empty serial is no argument at all.
-  Command reload{"capwap_cli", {"panel_reload"}, kDeviceToolDeadline};
-  if (!serial.empty()) {
-    reload.args.push_back(serial);
-  }
-  run_detached({reload});
-}
-
+// Performs one written item and answers it: {"k", "v", "status"} and, where due, "msg" and
+// "action_status". Null only for an empty identifier.
 JsonPtr perform_value_action(const Exchange& exchange, const char* identifier, const char* value) {
   if (identifier == nullptr || identifier[0] == '\0' || value == nullptr) {
     return nullptr;
@@ -226,6 +221,8 @@ JsonPtr perform_value_action(const Exchange& exchange, const char* identifier, c
   }
   return answer.entry();
 }
+
+}  // namespace
 
 JsonPtr handle_value_write(const json_t* req, const Exchange& exchange) {
   if (req == nullptr) {

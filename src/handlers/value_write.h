@@ -18,16 +18,6 @@ namespace tavio {
 /// Writes never look at the sign-in state: the lock is the panel's screen lock, which the
 /// display process enforces by showing only the sign-in menu until the panel signs in.
 [[nodiscard]] JsonPtr handle_value_write(const json_t* req, const Exchange& exchange);
-/// Performs one written item and answers it: {"k", "v", "status"} and, where due, "msg" and
-/// "action_status". Null only for an empty identifier.
-[[nodiscard]] JsonPtr perform_value_action(const Exchange& exchange, const char* identifier,
-                                           const char* value);
-/// The key of the action row that answers identifier (the first that matches in table
-/// order); null when none does.
-[[nodiscard]] const ItemKey* value_write_key(const char* identifier);
-/// Asks the display process, in the background, to reload the panel's screens; a serial
-/// refused as an argument asks nothing.
-void panel_reload(const std::string& serial);
 
 }  // namespace tavio
 

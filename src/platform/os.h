@@ -7,15 +7,11 @@
 #ifndef TAVIO_PLATFORM_OS_H
 #define TAVIO_PLATFORM_OS_H
 
-#include <jansson.h>
-
 #include <cstdio>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "tavio/json_ref.h"
 
 namespace tavio {
 

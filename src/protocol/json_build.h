@@ -10,11 +10,8 @@
 // take. The one exception is an array's null element, which is left out: a list holds the
 // items that exist, and menus add items that may have nothing to show. A null child is
 // therefore left out of an array and fails an object, all the way up to the document, which
-// is then not written.
-// Before this rule, objects built member by member or packed from a format already failed as
-// a whole; only the value-write answer left a member out instead, and only when memory ran
-// out. Failing the whole object was kept: the display copes with an item or an entry fewer
-// (it sees that whenever a router value is missing), never with one that lacks a member.
+// is then not written: the display copes with an item or an entry fewer (it sees that whenever
+// a router value is missing), never with one that lacks a member.
 #ifndef TAVIO_PROTOCOL_JSON_BUILD_H
 #define TAVIO_PROTOCOL_JSON_BUILD_H
 

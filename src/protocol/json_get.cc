@@ -7,6 +7,16 @@
 #include "text/utf8.h"
 
 namespace tavio {
+namespace {
+
+// The member of object named by id in decimal ("3"), as the API keys its lists; borrowed.
+json_t* json_member_by_id(const json_t* object, int id) {
+  char key[16];
+  std::snprintf(key, sizeof key, "%d", id);
+  return json_object_get(object, key);
+}
+
+}  // namespace
 
 JsonPtr json_load_reply(std::string_view text) {
   if (utf8_well_formed(text)) {
@@ -33,12 +43,6 @@ std::int32_t jget_int(const json_t* object, const char* key, std::int32_t def) {
 double jget_real(const json_t* object, const char* key, double def) {
   const json_t* value = object == nullptr ? nullptr : json_object_get(object, key);
   return value == nullptr ? def : json_real_value(value);
-}
-
-json_t* json_member_by_id(const json_t* object, int id) {
-  char key[16];
-  std::snprintf(key, sizeof key, "%d", id);
-  return json_object_get(object, key);
 }
 
 std::optional<std::vector<OrderedMember>> ordered_members(const json_t* section, std::size_t most) {

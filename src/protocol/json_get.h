@@ -26,8 +26,6 @@ namespace tavio {
 [[nodiscard]] std::int32_t jget_int(const json_t* object, const char* key, std::int32_t def);
 /// object[key] as a real; def when missing; 0.0 for a non-real (an integer too).
 [[nodiscard]] double jget_real(const json_t* object, const char* key, double def);
-/// The member of object named by id in decimal ("3"), as the API keys its lists; borrowed.
-[[nodiscard]] json_t* json_member_by_id(const json_t* object, int id);
 
 /// One entry of an API section's "order": its id and the section's member of that id
 /// (borrowed; null where the section lacks it).

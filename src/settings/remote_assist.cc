@@ -6,12 +6,12 @@
 namespace tavio {
 
 std::optional<std::string> remote_assist_get() {
-  const ApiResultPtr result = api_read("status.system.info", "&infoType=remoteAssistance");
+  const JsonPtr result = api_read("status.system.info", "&infoType=remoteAssistance");
   if (!result) {
     return std::nullopt;
   }
   const json_t* enable =
-      json_object_get(json_object_get(result->response, "remoteAssistance"), "enable");
+      json_object_get(json_object_get(result.get(), "remoteAssistance"), "enable");
   if (json_is_true(enable)) {
     return std::string("On");
   }
@@ -21,13 +21,13 @@ std::optional<std::string> remote_assist_get() {
 std::optional<std::string> set_remote_assist(bool on) {
   const std::string body = format_text(
       kLongTextCapacity, "{\"action\":\"remoteAssistance\",\"enable\":%s}", on ? "true" : "false");
-  const ApiResultPtr result = api_post("system.action", body.c_str());
+  const JsonPtr result = api_post("system.action", body.c_str());
   if (!result) {
     return std::nullopt;
   }
   // A reply without the state says nothing about it: the switch is not confirmed.
   const json_t* enable =
-      json_object_get(json_object_get(result->response, "remoteAssistance"), "enable");
+      json_object_get(json_object_get(result.get(), "remoteAssistance"), "enable");
   if (enable == nullptr) {
     return std::nullopt;
   }

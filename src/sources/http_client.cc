@@ -118,14 +118,11 @@ std::optional<std::string> http_request_text(const HttpRequest& request, int por
 
 // --- The reply parser --------------------------------------------------------------------------
 
-void HttpReplyParser::fail() {
-  state_ = State::kFailed;
-  progress_ = Progress::kFailed;
-}
+void HttpReplyParser::fail() { state_ = State::kFailed; }
 
 std::size_t HttpReplyParser::feed(std::string_view bytes) {
   std::size_t used = 0;
-  while (used < bytes.size() && progress_ == Progress::kMore) {
+  while (used < bytes.size() && progress() == Progress::kMore) {
     const std::string_view rest = bytes.substr(used);
     switch (state_) {
       case State::kStatusLine:
@@ -145,7 +142,6 @@ std::size_t HttpReplyParser::feed(std::string_view bytes) {
           length_ -= piece.size();
           if (length_ == 0) {
             state_ = state_ == State::kFixedBody ? State::kDone : State::kChunkDataEnd;
-            progress_ = state_ == State::kDone ? Progress::kDone : Progress::kMore;
           }
         }
         break;
@@ -165,14 +161,13 @@ std::size_t HttpReplyParser::feed(std::string_view bytes) {
 void HttpReplyParser::end_of_stream() {
   if (state_ == State::kBodyToClose) {
     state_ = State::kDone;
-    progress_ = Progress::kDone;
-  } else if (progress_ == Progress::kMore) {
+  } else if (progress() == Progress::kMore) {
     fail();  // cut short
   }
 }
 
 bool HttpReplyParser::keeps_connection() const {
-  return progress_ == Progress::kDone && http11_ && !close_;
+  return state_ == State::kDone && http11_ && !close_;
 }
 
 // Adds bytes to the line being read, up to bound bytes for the line with its end; a whole
@@ -235,7 +230,6 @@ void HttpReplyParser::on_line(std::string_view line) {
     case State::kTrailerLine:
       if (line.empty()) {
         state_ = State::kDone;
-        progress_ = Progress::kDone;
       } else if (is_space(line.front()) || line.find(':') == kNoEnd) {
         fail();
       }
@@ -345,9 +339,6 @@ void HttpReplyParser::on_head_end() {
   } else {
     close_ = true;  // the body ends where the connection does
     state_ = State::kBodyToClose;
-  }
-  if (state_ == State::kDone) {
-    progress_ = Progress::kDone;
   }
 }
 

@@ -51,7 +51,11 @@ class HttpReplyParser {
   /// yet whole fails.
   void end_of_stream();
 
-  [[nodiscard]] Progress progress() const { return progress_; }
+  [[nodiscard]] Progress progress() const {
+    return state_ == State::kDone     ? Progress::kDone
+           : state_ == State::kFailed ? Progress::kFailed
+                                      : Progress::kMore;
+  }
   /// The status code, once the final status line is read (0 before).
   [[nodiscard]] int status() const { return status_; }
   /// Once done: whether the connection may carry the next request (HTTP/1.1, no
@@ -85,7 +89,6 @@ class HttpReplyParser {
   void fail();
 
   State state_ = State::kStatusLine;
-  Progress progress_ = Progress::kMore;
   std::string line_;            // the line read so far, its end not yet seen
   std::size_t head_bytes_ = 0;  // status line and header fields of this reply
   int status_ = 0;

@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <cstdlib>
-#include <new>
 #include <optional>
 #include <utility>
 
@@ -21,6 +20,8 @@ namespace tavio {
 namespace {
 
 constexpr char kFetchTool[] = "wget_https";
+/// The reply memo's first key word for the API's replies, whichever way they are fetched.
+constexpr char kApiReplies[] = "api";
 const char* const kDefaultHeaders = "WEB-ADMIN-ACCESS-MODE: RW\n";
 const char* const kJsonHeaders = "WEB-ADMIN-ACCESS-MODE: RW\nContent-Type: application/json\n";
 constexpr int kDefaultPort = 80;
@@ -78,9 +79,10 @@ Command fetch_command(const TempFile* input, const TempFile& header, const TempF
   return command;
 }
 
-// The reply document when it is JSON with a "response"; null otherwise.
-JsonPtr with_response(JsonPtr root) {
-  return json_object_get(root.get(), "response") != nullptr ? std::move(root) : nullptr;
+// The reply's "response" when the reply is JSON with one; null otherwise.
+JsonPtr response_of(const JsonPtr& root) {
+  json_t* response = json_object_get(root.get(), "response");
+  return response != nullptr ? json_share(response) : nullptr;
 }
 
 // The same call as the tool makes it, sent by tavio itself: the reply's body, or nothing.
@@ -95,12 +97,12 @@ std::optional<std::string> http_call(std::string_view path, std::string_view que
   return http_exchange(request, api_port(), kFetchTimeout, /*may_repeat=*/body == nullptr);
 }
 
-// One call: the reply document when the call succeeded with JSON that has a "response".
+// One call: the reply's "response" when the call succeeded with JSON that has one.
 JsonPtr fetch(std::string_view path, std::string_view query, const char* headers,
               const char* body) {
   if (kApiOverHttp) {
     const std::optional<std::string> text = http_call(path, query, headers, body);
-    return text ? with_response(json_load_reply(*text)) : nullptr;
+    return text ? response_of(json_load_reply(*text)) : nullptr;
   }
   const TempFile* header = header_file_holding(headers);
   if (header == nullptr) {
@@ -119,15 +121,7 @@ JsonPtr fetch(std::string_view path, std::string_view query, const char* headers
     return nullptr;
   }
   const std::optional<std::string> text = output.read();
-  return with_response(text ? json_load_reply(*text) : nullptr);
-}
-
-ApiResultPtr result_of(JsonPtr root) {
-  if (!root) {
-    return nullptr;
-  }
-  json_t* response = json_object_get(root.get(), "response");
-  return ApiResultPtr(new (std::nothrow) ApiResult{std::move(root), response});
+  return text ? response_of(json_load_reply(*text)) : nullptr;
 }
 
 }  // namespace
@@ -150,18 +144,18 @@ std::string api_base_url(std::size_t capacity) {
   return format_text(capacity, "http://127.0.0.1:%d/api", api_port());
 }
 
-ApiResultPtr api_read(std::string_view path, std::string_view query) {
-  return result_of(kept_or_asked({kFetchTool, std::string(path).append(query)},
-                                 [&] { return fetch(path, query, kDefaultHeaders, nullptr); }));
+JsonPtr api_read(std::string_view path, std::string_view query) {
+  return kept_or_asked({kApiReplies, std::string(path).append(query)},
+                       [&] { return fetch(path, query, kDefaultHeaders, nullptr); });
 }
 
-ApiResultPtr api_post(std::string_view path, const char* body) {
-  forget_replies(kFetchTool);  // a change makes what was read before stale
-  return body == nullptr ? nullptr : result_of(fetch(path, "", kJsonHeaders, body));
+JsonPtr api_post(std::string_view path, const char* body) {
+  forget_replies(kApiReplies);  // a change makes what was read before stale
+  return body == nullptr ? nullptr : fetch(path, "", kJsonHeaders, body);
 }
 
 bool api_post_no_reply(std::string_view path, const char* body) {
-  forget_replies(kFetchTool);
+  forget_replies(kApiReplies);
   if (kApiOverHttp) {
     if (body == nullptr || body[0] == '\0') {
       return false;

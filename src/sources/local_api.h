@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-#include "tavio/api_result.h"
+#include "tavio/json_ref.h"
 
 namespace tavio {
 
@@ -30,10 +30,11 @@ constexpr bool kApiOverHttp = false;
 [[nodiscard]] std::string api_base_url(std::size_t capacity);
 /// Reads an API path; query follows it as the API spells it ("?id=2", "&infoType=cpuLoad",
 /// "?lite=no&id=3", "" for none). A read is fetched once per run and its reply reused.
-/// Nothing on any failure; no temporary file but the run's header file outlives the call.
-[[nodiscard]] ApiResultPtr api_read(std::string_view path, std::string_view query = "");
-/// Posts a JSON body to path and returns the reply; nothing on any failure.
-[[nodiscard]] ApiResultPtr api_post(std::string_view path, const char* body);
+/// The reply's "response" member; nothing on any failure, and for a reply without one. No
+/// temporary file but the run's header file outlives the call.
+[[nodiscard]] JsonPtr api_read(std::string_view path, std::string_view query = "");
+/// Posts a JSON body to path and returns the reply's "response"; nothing on any failure.
+[[nodiscard]] JsonPtr api_post(std::string_view path, const char* body);
 /// Posts a JSON body to path and keeps no reply; true once the post was started, false when
 /// its files could not be written or the body is empty.
 bool api_post_no_reply(std::string_view path, const char* body);

@@ -32,12 +32,12 @@ JsonPtr kept_or_asked(ReplyKey key, const std::function<JsonPtr()>& ask) {
   return reply;
 }
 
-void forget_replies(const std::string& tool) {
+void forget_replies(const std::string& source) {
   std::vector<KeptReply>& replies = kept();
   replies.erase(std::remove_if(replies.begin(), replies.end(),
                                [&](const KeptReply& entry) {
-                                 return tool.empty() ||
-                                        (!entry.key.empty() && entry.key[0] == tool);
+                                 return source.empty() ||
+                                        (!entry.key.empty() && entry.key[0] == source);
                                }),
                 replies.end());
 }

@@ -14,15 +14,16 @@
 
 namespace tavio {
 
-/// A call as the memo knows it: the tool, then what makes its reply differ.
+/// A call as the memo knows it: its source ("api", "capwap_cli"), then what makes its reply
+/// differ.
 using ReplyKey = std::vector<std::string>;
 
 /// key's reply: the one kept in this run, or else what ask gives, kept from now on. A failed
 /// call's null is kept as well: asking a tool that did not answer again only costs time.
 [[nodiscard]] JsonPtr kept_or_asked(ReplyKey key, const std::function<JsonPtr()>& ask);
-/// Forgets the kept replies of tool (the first word of their keys); "" forgets all of them
+/// Forgets the kept replies of source (the first word of their keys); "" forgets all of them
 /// (a harness that plays several runs in one process).
-void forget_replies(const std::string& tool);
+void forget_replies(const std::string& source);
 /// Forgets the kept reply of exactly this call, if there is one.
 void forget_reply(const ReplyKey& key);
 

@@ -74,11 +74,11 @@ std::string prefix_to_mask(int length) {
 }
 
 std::optional<LanAddress> lan_address_get() {
-  const ApiResultPtr result = api_read("status.lan.profile", "&id=0");
+  const JsonPtr result = api_read("status.lan.profile", "&id=0");
   if (!result) {
     return std::nullopt;
   }
-  const json_t* profile = json_object_get(result->response, "0");
+  const json_t* profile = json_object_get(result.get(), "0");
   if (profile == nullptr) {
     return std::nullopt;
   }

@@ -31,8 +31,8 @@ const char* speed_word(int speed) {
   }
 }
 
-}  // namespace
-
+// The link text of an API speed such as "100FD": "negotiated 100baseTx-FD flow-control,
+// link ok", or "no link".
 std::string port_speed_text(const char* speed) {
   int number = 0;
   char suffix[16] = {0};
@@ -49,16 +49,18 @@ std::string port_speed_text(const char* speed) {
   return text.str();
 }
 
+// The first front panel's port descriptions; nothing when the API has none.
 JsonPtr front_panel_ports() {
-  const ApiResultPtr result = api_read("config.port.frontPanel");
+  const JsonPtr result = api_read("config.port.frontPanel");
   if (!result) {
     return nullptr;
   }
-  json_t* panels = json_object_get(result->response, "panel");
+  json_t* panels = json_object_get(result.get(), "panel");
   json_t* first = json_is_array(panels) ? json_array_get(panels, 0) : nullptr;
   return first == nullptr ? nullptr : json_share(first);
 }
 
+// False when the front-panel port doubles as a WAN port that is not shown as LAN.
 bool port_shown_as_lan(const json_t* panel_ports, const json_t* wan, int port) {
   bool result = true;
   const std::vector<OrderedMember> wans =
@@ -86,16 +88,17 @@ bool port_shown_as_lan(const json_t* panel_ports, const json_t* wan, int port) {
   return result;
 }
 
+}  // namespace
+
 std::optional<PortStatusList> port_status_collect(std::optional<int> id) {
   const std::string query = id ? format_text(kPathCapacity, "?lite=no&id=%d", *id) : "?lite=no";
-  const ApiResultPtr result = api_read("status.port", query);
+  const JsonPtr result = api_read("status.port", query);
   const auto lan_ports =
-      result ? ordered_members(json_object_get(result->response, "lan"), kMaxLanPorts)
-             : std::nullopt;
+      result ? ordered_members(json_object_get(result.get(), "lan"), kMaxLanPorts) : std::nullopt;
   if (!lan_ports) {
     return std::nullopt;
   }
-  const json_t* wan = json_object_get(result->response, "wan");
+  const json_t* wan = json_object_get(result.get(), "wan");
   const JsonPtr panel_ports = front_panel_ports();
   PortStatusList list;
   for (const auto& [port_id, entry] : *lan_ports) {

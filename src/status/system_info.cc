@@ -49,8 +49,8 @@ std::optional<std::string> render_system_time(const PanelLayout& layout) {
 }
 
 std::optional<std::string> cpu_load_collect() {
-  const ApiResultPtr result = api_read("status.system.info", "&infoType=cpuLoad");
-  const json_t* load = result ? json_object_get(result->response, "cpuLoad") : nullptr;
+  const JsonPtr result = api_read("status.system.info", "&infoType=cpuLoad");
+  const json_t* load = result ? json_object_get(result.get(), "cpuLoad") : nullptr;
   if (load == nullptr) {
     return std::nullopt;
   }
@@ -68,11 +68,11 @@ std::optional<std::string> render_cpu_load(const PanelLayout& layout) {
 }
 
 std::optional<DeviceInfo> device_info_collect() {
-  const ApiResultPtr result = api_read("status.system.info", "&infoType=device");
+  const JsonPtr result = api_read("status.system.info", "&infoType=device");
   if (!result) {
     return std::nullopt;
   }
-  const json_t* device = json_object_get(result->response, "device");
+  const json_t* device = json_object_get(result.get(), "device");
   if (device == nullptr) {
     return std::nullopt;
   }

@@ -18,8 +18,8 @@ enum class Figure { kDownload, kUpload, kBothWays };
 // figures of each WAN of its order that has them; nothing when the API fails or the section
 // has no order or names no unit.
 std::optional<TrafficList> traffic_collect(const char* section_name) {
-  const ApiResultPtr result = api_read("status.traffic");
-  const json_t* section = result ? json_object_get(result->response, section_name) : nullptr;
+  const JsonPtr result = api_read("status.traffic");
+  const json_t* section = result ? json_object_get(result.get(), section_name) : nullptr;
   const auto wans = ordered_members(section, kMaxWanConnections);
   const char* unit = jget_string(section, "unit", "");
   if (!wans || unit[0] == '\0') {

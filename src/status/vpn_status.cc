@@ -46,14 +46,14 @@ bool peer_secure(const json_t* peers, int profile_id) {
 }  // namespace
 
 std::optional<VpnStatusList> vpn_status_collect() {
-  const ApiResultPtr result = api_read("status.korvpn");
+  const JsonPtr result = api_read("status.korvpn");
   const auto profiles =
-      result ? ordered_members(json_object_get(result->response, "profile"), kMaxVpnProfiles)
+      result ? ordered_members(json_object_get(result.get(), "profile"), kMaxVpnProfiles)
              : std::nullopt;
   if (!profiles) {
     return std::nullopt;
   }
-  const json_t* peers = json_object_get(result->response, "peer");
+  const json_t* peers = json_object_get(result.get(), "peer");
   VpnStatusList list;
   for (const auto& [profile_id, profile] : *profiles) {
     if (profile == nullptr) {

@@ -102,9 +102,9 @@ void render_one(const WanStatus& wan, const PanelLayout& layout, TextBuffer& tex
 std::optional<WanStatusList> wan_status_collect(std::optional<int> id) {
   const std::string path =
       id ? format_text(kPathCapacity, "status.wan.connection?id=%d", *id) : "status.wan.connection";
-  const ApiResultPtr result = api_read(path);
+  const JsonPtr result = api_read(path);
   const auto connections =
-      result ? ordered_members(result->response, kMaxWanConnections) : std::nullopt;
+      result ? ordered_members(result.get(), kMaxWanConnections) : std::nullopt;
   if (!connections) {
     return std::nullopt;
   }

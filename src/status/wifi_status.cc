@@ -10,12 +10,12 @@
 
 namespace tavio {
 WifiApState wifi_ap_support() {
-  const ApiResultPtr result = api_read("cmd.ap");
-  if (!result || !json_is_true(json_object_get(result->response, "support"))) {
+  const JsonPtr result = api_read("cmd.ap");
+  if (!result || !json_is_true(json_object_get(result.get(), "support"))) {
     return WifiApState::kUnsupported;
   }
-  return json_is_true(json_object_get(result->response, "enable")) ? WifiApState::kOn
-                                                                   : WifiApState::kOff;
+  return json_is_true(json_object_get(result.get(), "enable")) ? WifiApState::kOn
+                                                               : WifiApState::kOff;
 }
 
 std::optional<std::vector<std::string>> wifi_ssid_list() {

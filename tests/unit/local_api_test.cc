@@ -124,9 +124,9 @@ TEST_F(LocalApiTest, FailuresGiveNothingAndLeaveNoFiles) {
 TEST_F(LocalApiTest, ReadsAreFetchedOncePerRunUntilAChange) {
   write("/reply.json", "{\"response\": {\"a\": 1}}");
   for (int i = 0; i < 3; ++i) {
-    const ApiResultPtr result = api_read("status.system.info", "&infoType=cpuLoad");
+    const JsonPtr result = api_read("status.system.info", "&infoType=cpuLoad");
     ASSERT_TRUE(result);
-    EXPECT_EQ(json_integer_value(json_object_get(result->response, "a")), 1);
+    EXPECT_EQ(json_integer_value(json_object_get(result.get(), "a")), 1);
   }
   EXPECT_TRUE(api_read("status.system.info", "&infoType=device"));
   EXPECT_EQ(calls(), 2u);
