@@ -83,7 +83,11 @@ class Environment:
     def variables(self):
         env = dict(os.environ)
         env["TAVIO_ROOT"] = self.root
-        env["PATH"] = self.bin_dir + os.pathsep + env.get("PATH", "")
+        # The stand-ins first, and no sbin folder after them: the machine's own reboot and the
+        # like are never within reach.
+        rest = [entry for entry in env.get("PATH", "").split(os.pathsep)
+                if entry and not entry.rstrip("/").endswith("sbin")]
+        env["PATH"] = os.pathsep.join([self.bin_dir] + rest)
         env["TAVIO_STANDIN_LOG"] = self.standin_log
         return env
 
