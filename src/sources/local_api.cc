@@ -97,12 +97,16 @@ std::optional<std::string> http_call(std::string_view path, std::string_view que
   return http_exchange(request, api_port(), kFetchTimeout, /*may_repeat=*/body == nullptr);
 }
 
-// One call: the reply's "response" when the call succeeded with JSON that has one.
-JsonPtr fetch(std::string_view path, std::string_view query, const char* headers,
-              const char* body) {
+// Whether a call's reply is read, or the call is only made (its outcome never looked at).
+enum class Reply { kRead, kIgnored };
+
+// One call: the reply's "response" when the reply is read and the call succeeded with JSON
+// that has one.
+JsonPtr fetch(std::string_view path, std::string_view query, const char* headers, const char* body,
+              Reply reply = Reply::kRead) {
   if (kApiOverHttp) {
     const std::optional<std::string> text = http_call(path, query, headers, body);
-    return text ? response_of(json_load_reply(*text)) : nullptr;
+    return text && reply == Reply::kRead ? response_of(json_load_reply(*text)) : nullptr;
   }
   const TempFile* header = header_file_holding(headers);
   if (header == nullptr) {
@@ -115,12 +119,17 @@ JsonPtr fetch(std::string_view path, std::string_view query, const char* headers
       return nullptr;
     }
   }
-  TempFile output(kApiResultFormat);
-  output.clear_for_command();
-  if (!run_command(fetch_command(input ? &*input : nullptr, *header, &output, path, query))) {
+  std::optional<TempFile> output;
+  if (reply == Reply::kRead) {
+    output.emplace(kApiResultFormat);
+    output->clear_for_command();
+  }
+  if (!run_command(fetch_command(input ? &*input : nullptr, *header, output ? &*output : nullptr,
+                                 path, query)) ||
+      !output) {
     return nullptr;
   }
-  const std::optional<std::string> text = output.read();
+  const std::optional<std::string> text = output->read();
   return text ? response_of(json_load_reply(*text)) : nullptr;
 }
 
@@ -154,22 +163,11 @@ JsonPtr api_post(std::string_view path, const char* body) {
   return body == nullptr ? nullptr : fetch(path, "", kJsonHeaders, body);
 }
 
-bool api_post_no_reply(std::string_view path, const char* body) {
+void api_post_no_reply(std::string_view path, const char* body) {
   forget_replies(kApiReplies);
-  if (kApiOverHttp) {
-    if (body == nullptr || body[0] == '\0') {
-      return false;
-    }
-    static_cast<void>(http_call(path, "", kJsonHeaders, body));
-    return true;  // the reply, and so the outcome, is not looked at
+  if (body != nullptr) {
+    static_cast<void>(fetch(path, "", kJsonHeaders, body, Reply::kIgnored));
   }
-  const TempFile* header = header_file_holding(kJsonHeaders);
-  TempFile input(kApiInputFormat);
-  if (header == nullptr || !write_request_file(input, body)) {
-    return false;
-  }
-  static_cast<void>(run_command(fetch_command(&input, *header, nullptr, path, "")));
-  return true;  // the reply, and so the outcome, is not looked at
 }
 
 void api_end_run() {

@@ -35,9 +35,8 @@ constexpr bool kApiOverHttp = false;
 [[nodiscard]] JsonPtr api_read(std::string_view path, std::string_view query = "");
 /// Posts a JSON body to path and returns the reply's "response"; nothing on any failure.
 [[nodiscard]] JsonPtr api_post(std::string_view path, const char* body);
-/// Posts a JSON body to path and keeps no reply; true once the post was started, false when
-/// its files could not be written or the body is empty.
-bool api_post_no_reply(std::string_view path, const char* body);
+/// Posts a JSON body to path and never looks at the reply; an empty body posts nothing.
+void api_post_no_reply(std::string_view path, const char* body);
 /// Ends the run's use of the API as the end of the process does: the header file kept for the
 /// run's calls goes, and so does the connection. For harnesses that play several runs in one
 /// process.

@@ -113,7 +113,7 @@ TEST_F(LocalApiTest, FailuresGiveNothingAndLeaveNoFiles) {
     forget_replies("");  // each case asks afresh
     EXPECT_FALSE(api_read("status.wan.connection", "?id=1"));
     EXPECT_FALSE(api_post("system.action", "{}"));
-    EXPECT_TRUE(api_post_no_reply("cmd.system.reboot", "{\"enable\":true}"));
+    api_post_no_reply("cmd.system.reboot", "{\"enable\":true}");
     header_file();
   }
   EXPECT_EQ(calls(), 12u);
@@ -145,14 +145,14 @@ TEST_F(LocalApiTest, NothingRunsWithoutWritableFiles) {
   // Empty bodies are not written: the files made before them go again.
   EXPECT_FALSE(api_post("system.action", ""));
   EXPECT_FALSE(api_post("system.action", nullptr));
-  EXPECT_FALSE(api_post_no_reply("cmd.system.reboot", ""));
+  api_post_no_reply("cmd.system.reboot", "");
   header_file();
   // The run directory belongs to the system; it is never created here.
   api_end_run();
   ::rmdir(host(kRunDir).c_str());
   forget_replies("");
   EXPECT_FALSE(api_read("status.wan.connection", "?id=1"));
-  EXPECT_FALSE(api_post_no_reply("cmd.system.reboot", "{\"enable\":true}"));
+  api_post_no_reply("cmd.system.reboot", "{\"enable\":true}");
   EXPECT_FALSE(exists(kRunDir));
   EXPECT_EQ(calls(), 0u);
 }
