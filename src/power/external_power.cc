@@ -132,14 +132,15 @@ std::string battery_rule(const PanelLayout& layout) {
 }  // namespace
 
 std::optional<ExternalPower> extpower_collect() {
-  const JsonPtr report = first_report(device_answer({"extpower_status"}));
-  if (!report) {
+  const JsonPtr answer = device_answer({"extpower_status"});
+  const json_t* report = first_report(answer.get());
+  if (report == nullptr) {
     return std::nullopt;
   }
   ExternalPower power;
-  power.source = jget_string(report.get(), "tp", "");
-  power.power = jget_string(report.get(), "pw", "");
-  const json_t* batteries = json_object_get(report.get(), "bat_info");
+  power.source = jget_string(report, "tp", "");
+  power.power = jget_string(report, "pw", "");
+  const json_t* batteries = json_object_get(report, "bat_info");
   if (json_is_array(batteries)) {
     power.batteries.emplace();
     for (std::size_t i = 0; i < json_array_size(batteries) && i < kMaxBatteries; ++i) {

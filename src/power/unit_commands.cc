@@ -20,12 +20,6 @@ constexpr std::size_t kPortSetChars = 31;
 
 }  // namespace
 
-JsonPtr first_report(const JsonPtr& answer) {
-  json_t* reports = json_object_get(answer.get(), "rpt");
-  json_t* first = json_is_array(reports) ? json_array_get(reports, 0) : nullptr;
-  return first != nullptr ? json_share(first) : nullptr;
-}
-
 std::optional<PowerUnitList> power_unit_list_collect() {
   return power_unit_list_of(device_answer({"iotdevlist"}).get());
 }

@@ -13,8 +13,6 @@
 
 namespace tavio {
 
-/// The first element of an answer's "rpt" array; null without one.
-[[nodiscard]] JsonPtr first_report(const JsonPtr& answer);
 /// The device list; nothing when the tool fails or the answer has no "list" array.
 [[nodiscard]] std::optional<PowerUnitList> power_unit_list_collect();
 /// The unit's port count as its device information (iotdevinfo) gives it to a device

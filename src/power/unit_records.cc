@@ -261,9 +261,13 @@ std::optional<PortCount> unit_info_port_count_of(const json_t* answer) {
   return attributes == nullptr ? std::nullopt : std::optional<PortCount>(port_count_of(attributes));
 }
 
-std::optional<UnitReport> unit_report_of(const json_t* answer) {
+json_t* first_report(const json_t* answer) {
   const json_t* reports = json_object_get(answer, "rpt");
-  json_t* first = json_is_array(reports) ? json_array_get(reports, 0) : nullptr;
+  return json_is_array(reports) ? json_array_get(reports, 0) : nullptr;
+}
+
+std::optional<UnitReport> unit_report_of(const json_t* answer) {
+  json_t* first = first_report(answer);
   if (first == nullptr) {
     return std::nullopt;
   }

@@ -144,6 +144,8 @@ struct UnitReport {
 [[nodiscard]] std::optional<PowerUnitList> power_unit_list_of(const json_t* answer);
 /// The port count of a "capwap_cli iotdevinfo" answer; nothing without "devinfo"."attr".
 [[nodiscard]] std::optional<PortCount> unit_info_port_count_of(const json_t* answer);
+/// The first element of a device answer's "rpt" array (borrowed); null without one.
+[[nodiscard]] json_t* first_report(const json_t* answer);
 /// The status report of a "capwap_cli iotstatus" answer; nothing without a first "rpt".
 [[nodiscard]] std::optional<UnitReport> unit_report_of(const json_t* answer);
 /// The time and frequency of a cron string "min hour day-of-month month day-of-week x"; nothing
