@@ -1,6 +1,6 @@
-// The device tool's commands for power units: the device list, a unit's port count, its
-// status report and the switching of one port, each handed back as a record
-// (unit_records.h).
+// The device tool's commands for power units: the device list and a unit's status report as
+// records (unit_records.h), a unit's port count, the switching of one port; and the names
+// the panel gives the kinds of unit.
 #ifndef TAVIO_POWER_UNIT_COMMANDS_H
 #define TAVIO_POWER_UNIT_COMMANDS_H
 
@@ -8,7 +8,6 @@
 #include <string>
 
 #include "power/unit_records.h"
-#include "tavio/json_ref.h"
 #include "tavio/power_unit.h"
 
 namespace tavio {
