@@ -19,7 +19,8 @@ chunked (the reply in chunks of 7 bytes, each sent on its own), close ("Connecti
 and the close), close-idle (closed after each reply without a word), http10 (HTTP/1.0, ended
 by the close), reset-reused (a connection that carried a reply is reset at the next request),
 reset (reset at the first request), garbage (bytes that are no reply, then the close),
-truncated (a Content-Length 10 bytes past the body, then the close), stall (never answered).
+truncated (a Content-Length 10 bytes past the body, then the close), status-300 (the reply
+whole, under a status just past the successful ones), stall (never answered).
 """
 import argparse
 import http.server
@@ -32,7 +33,7 @@ import threading
 
 MAX_BODY = 1024 * 1024
 FAULTS = ("chunked", "close", "close-idle", "http10", "reset-reused", "reset", "garbage",
-          "truncated", "stall")
+          "truncated", "status-300", "stall")
 REASONS = {200: "OK", 404: "Not Found", 503: "Service Unavailable"}
 TEMPORARY = ("wget_ext_hdr_", "wget_input_", "wget_result_")
 
@@ -142,6 +143,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
     do_POST = do_GET
 
     def send(self, fault, status, data):
+        status = 300 if fault == "status-300" else status
         head = "HTTP/1.1 %d %s\r\n" % (status, REASONS.get(status, "Status"))
         out = self.wfile
         if fault == "chunked":

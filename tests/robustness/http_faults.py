@@ -33,7 +33,7 @@ REQUESTS = {
 CASES = [("chunked", "read", "served", "one"), ("chunked", "write", "served", "one"),
          ("close", "read", "served", "per-request"), ("http10", "read", "served", "per-request"),
          ("close-idle", "read", "served", None)] + [
-    (fault, label, "down", None) for fault in ("reset", "garbage", "truncated")
+    (fault, label, "down", None) for fault in ("reset", "garbage", "truncated", "status-300")
     for label in ("read", "write")]
 
 

@@ -75,6 +75,15 @@ ReplyCase refused(const char* name, std::string bytes, bool closes = false) {
   return {name, std::move(bytes), closes, Progress::kFailed, "", false, 0};
 }
 
+// count trailer fields of 105 bytes each.
+std::string trailer_fields(int count) {
+  std::string fields;
+  for (int i = 0; i < count; ++i) {
+    fields += "X: " + std::string(100, 't') + "\r\n";
+  }
+  return fields;
+}
+
 std::vector<ReplyCase> reply_cases() {
   return {
       done("length", kOk + "Content-Length: 5\r\n\r\nhello", "hello"),
@@ -143,6 +152,9 @@ std::vector<ReplyCase> reply_cases() {
       refused("chunk-size line over its bound",
               kChunked + "1;" + std::string(kMaxChunkLineBytes, 'e') + "\r\nx\r\n0\r\n\r\n"),
       refused("folded trailer", kChunked + "0\r\n x\r\n\r\n"),
+      // Trailer fields count towards the head's bound; chunk-size lines do not.
+      refused("trailer fields past the head bound",
+              kChunked + "0\r\n" + trailer_fields(200) + "\r\n"),
   };
 }
 
