@@ -94,7 +94,7 @@ def main(argv):
     if not shutil.which("curl"):
         print("SKIP %s: curl is not installed" % argv[0])
         return 77
-    name, command = argv[0], [os.path.abspath(argv[1])] + argv[2:]
+    name, command = argv[0], argv[2:] + [os.path.abspath(argv[1])]  # the emulator first
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # still stops the simulator
     work = tempfile.mkdtemp(prefix="tavio-sim.")
     root, log = os.path.join(work, "root"), os.path.join(work, "standin.log")
