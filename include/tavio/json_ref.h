@@ -28,6 +28,17 @@ inline JsonPtr json_own(json_t* new_reference) { return JsonPtr(new_reference); 
 /// Takes an extra reference on a borrowed value, so it outlives its parent.
 inline JsonPtr json_share(json_t* borrowed) { return JsonPtr(json_incref(borrowed)); }
 
+struct JsonTextFree {
+  void operator()(char* text) const {
+    json_free_t give_back = nullptr;
+    json_get_alloc_funcs(nullptr, &give_back);
+    give_back(text);
+  }
+};
+
+/// Text written by json_dumps, given back to the allocator Jansson took it from.
+using JsonText = std::unique_ptr<char, JsonTextFree>;
+
 }  // namespace tavio
 
 #endif

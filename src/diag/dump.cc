@@ -83,12 +83,11 @@ const char* or_fallback(const Text& text, const char* fallback) {
 
 void print_menu(const JsonPtr& menu) {
   print("\n ---------------- Read menu test\n");
-  char* text = menu ? json_dumps(menu.get(), 0) : nullptr;
-  if (text != nullptr) {
+  const JsonText text(menu ? json_dumps(menu.get(), 0) : nullptr);
+  if (text) {
     print("\tMenu JSON\t=\n\t");
-    emit(text, std::strlen(text));
+    emit(text.get(), std::strlen(text.get()));
     print("\n\n");
-    std::free(text);
   } else {
     print("\tFail to create Menu JSON!!\n\n");
   }

@@ -78,7 +78,7 @@ bool save_font_grid(const char* serial, const FontGrid& grid) {
   if (!path || !saved) {
     return false;
   }
-  std::unique_ptr<char, decltype(&std::free)> text(json_dumps(saved.get(), 0), &std::free);
+  const JsonText text(json_dumps(saved.get(), 0));
   return text && replace_file_atomically(*path, text.get());
 }
 

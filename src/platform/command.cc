@@ -187,6 +187,7 @@ bool redirect(int fd, const char* path, int flags) {
 // has put the tool's signal state in place, so every signal waits until then. The tool's
 // process id, which is also its group's; -1 when it could not be started.
 pid_t start_tool(const Command& command, int output_fd) {
+  put_back_ignored_signals();
   const std::string& file = program_file(command.program);
   const std::vector<char*> argv = argument_vector(command);
   const pid_t parent = ::getpid();
@@ -285,7 +286,10 @@ ToolEnd await_tool(pid_t pid, int output_fd, Clock::time_point deadline, std::st
 // library's own fork wrapper is passed by because its child crashes under the user-mode
 // emulators the router builds are tested in; tavio has one thread, so the wrapper's other work
 // (fork handlers, locks of other threads) has nothing to do.
-pid_t copy_process() { return static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0)); }
+pid_t copy_process() {
+  put_back_ignored_signals();
+  return static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0));
+}
 
 // The watch: a copy of tavio that lives as long as tavio does and reads, from a pipe, the
 // process group of the tool being waited for. When tavio ends in any way, even killed

@@ -3,6 +3,9 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <signal.h>
+#ifdef __linux__
+#include <sys/auxv.h>
+#endif
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -237,6 +240,16 @@ std::optional<std::string> read_file_limited(const HostPath& path, std::size_t m
 }
 
 int process_id() { return static_cast<int>(::getpid()); }
+
+std::uint32_t start_random() {
+  std::uint32_t value = 0;
+#if defined(__linux__) && defined(AT_RANDOM)
+  if (const auto* bytes = reinterpret_cast<const unsigned char*>(::getauxval(AT_RANDOM))) {
+    std::memcpy(&value, bytes, sizeof value);
+  }
+#endif
+  return value;
+}
 
 bool is_plain_file(const HostPath& path) {
   struct stat info {};

@@ -7,6 +7,7 @@
 #ifndef TAVIO_PLATFORM_OS_H
 #define TAVIO_PLATFORM_OS_H
 
+#include <cstdint>
 #include <cstdio>
 #include <memory>
 #include <optional>
@@ -66,6 +67,9 @@ void remove_abandoned_files(const HostPath& folder, long (*owner)(const char* na
                                                            bool follow_links = true);
 /// The process id, which names this run's temporary files.
 [[nodiscard]] int process_id();
+/// Four of the random bytes the kernel gives every process at its start; 0 where there are
+/// none.
+[[nodiscard]] std::uint32_t start_random();
 
 /// True for a regular file that is not a link.
 [[nodiscard]] bool is_plain_file(const HostPath& path);

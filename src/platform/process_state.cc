@@ -38,23 +38,34 @@ int last_signal() { return NSIG - 1; }
 }  // namespace
 
 void settle_process_state() {
-  // An ignored disposition is the only one exec hands on (caught ones go back to the default
-  // by themselves), so putting back what the caller ignored leaves every one at its default.
-  // Handlers that are already there belong to whatever runs tavio in its own process (a test
-  // harness) and stay.
-  for (int signal_number = 1; signal_number <= last_signal(); ++signal_number) {
-    struct sigaction current {};
-    if (signal_number != SIGKILL && signal_number != SIGSTOP &&
-        ::sigaction(signal_number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
-      set_disposition(signal_number, SIG_DFL);
-    }
-  }
   sigset_t none;
   sigemptyset(&none);
   ::sigprocmask(SIG_SETMASK, &none, nullptr);
   set_disposition(SIGPIPE, SIG_IGN);
   for (const int signal_number : {SIGTERM, SIGINT, SIGHUP}) {
     set_disposition(signal_number, on_termination);
+  }
+}
+
+void put_back_ignored_signals() {
+  // A run that starts no process never needs this: a look at every signal is one system call
+  // each, more than such a run makes for everything else.
+  static bool done = false;
+  if (done) {
+    return;
+  }
+  done = true;
+  // An ignored disposition is the only one exec hands on (caught ones go back to the default
+  // by themselves), so putting back what the caller ignored leaves every one at its default.
+  // Handlers that are already there are tavio's own or belong to whatever runs tavio in its own
+  // process (a test harness), and stay.
+  for (int signal_number = 1; signal_number <= last_signal(); ++signal_number) {
+    struct sigaction current {};
+    if (signal_number != SIGKILL && signal_number != SIGSTOP &&
+        ::sigaction(signal_number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN &&
+        signal_number != SIGPIPE) {
+      set_disposition(signal_number, SIG_DFL);
+    }
   }
 }
 

@@ -10,11 +10,17 @@
 
 namespace tavio {
 
-/// Puts every signal the caller left ignored back to its default disposition, empties the
-/// signal mask, then ignores SIGPIPE (a reader that goes away must not kill a run mid-write) and
-/// handles SIGTERM, SIGINT and SIGHUP: the tool being waited for is killed and a half-written
-/// file removed before tavio ends as the signal asks. Call once, first thing in a run.
+/// Empties the signal mask, ignores SIGPIPE (a reader that goes away must not kill a run
+/// mid-write) and handles SIGTERM, SIGINT and SIGHUP: the tool being waited for is killed and a
+/// half-written file removed before tavio ends as the signal asks. Call once, first thing in a
+/// run.
 void settle_process_state();
+
+/// Puts every signal the caller left ignored back to its default disposition (SIGPIPE, ignored
+/// by tavio itself, stays so), once in a run: called before the first process is made, so
+/// neither tavio's wait for it (an ignored SIGCHLD) nor a tool inherits what the caller
+/// ignored.
+void put_back_ignored_signals();
 
 /// In a child about to exec a tool: the state a program gets when started by a fresh shell,
 /// default dispositions and an empty mask. Only system calls: safe after vfork.

@@ -23,21 +23,11 @@ bool is_protected(int port, const ProtectedPorts& protected_ports) {
   return std::find(protected_ports.begin(), protected_ports.end(), port) != protected_ports.end();
 }
 
-std::string id_of(const char* format, const std::string& serial) {
-  return format_text(kItemIdCapacity, format, serial.c_str());
-}
-
-// A text item of one label and value whose id is format with the unit's serial.
-JsonPtr unit_text_item(const char* format, const std::string& serial, const char* title,
-                       const char* label, const std::string& value, const PanelLayout& layout) {
-  return menu_item_label_value(id_of(format, serial).c_str(), title, label, value.c_str(), layout);
-}
-
 // Volts per port; the lines are labelled like the title.
-JsonPtr volts_per_port(const PortTexts& values, int port_count, const char* id_format,
+JsonPtr volts_per_port(const PortTexts& values, int port_count, const char* id_prefix,
                        const std::string& serial, const char* title,
                        const ProtectedPorts& protected_ports, const PanelLayout& layout) {
-  return menu_item_port_values(values, port_count, id_of(id_format, serial), title, " V",
+  return menu_item_port_values(values, port_count, unit_item_id(id_prefix, serial), title, " V",
                                protected_ports, layout);
 }
 
@@ -73,6 +63,12 @@ JsonPtr schedule_item(const std::string& serial, int number, const UnitSchedule&
 
 }  // namespace
 
+JsonPtr unit_text_item(const char* id_prefix, const std::string& serial, const char* title,
+                       const char* label, const std::string& value, const PanelLayout& layout) {
+  return menu_item_label_value(unit_item_id(id_prefix, serial).c_str(), title, label, value.c_str(),
+                               layout);
+}
+
 // Device Config
 //   Power On Delay          when "resetDelay" is set
 //   Ignition Sense          PMUs only
@@ -85,17 +81,17 @@ JsonPtr pmu_config_menu(PowerUnitType type, int port_count, const std::string& s
                         const PanelLayout& layout) {
   JsonArrayBuilder items;
   if (!config.reset_delay.empty()) {
-    items.add(
-        unit_text_item("pmu_conf_pwr_on_delay_%s", serial, "Power On Delay", "Power On Delay:",
-                       format_text(kTextCapacity, "%s sec", config.reset_delay.c_str()), layout));
+    items.add(unit_text_item("pmu_conf_pwr_on_delay_", serial, "Power On Delay", "Power On Delay:",
+                             format_text(kTextCapacity, "%s sec", config.reset_delay.c_str()),
+                             layout));
   }
   const bool pmu = type == PowerUnitType::kIntegratedPmu || type == PowerUnitType::kExternalPmu;
   if (pmu) {
-    items.add(unit_text_item("pmu_conf_ign_sense_%s", serial, "Ignition Sense", "Ignition Sense:",
+    items.add(unit_text_item("pmu_conf_ign_sense_", serial, "Ignition Sense", "Ignition Sense:",
                              config.starts_on_ignition ? "Enable" : "Disable", layout));
   }
   if (type == PowerUnitType::kIntegratedPmu && port_count >= 1 && config.output_voltage) {
-    items.add(volts_per_port(*config.output_voltage, port_count, "pmu_conf_out_volt_%s", serial,
+    items.add(volts_per_port(*config.output_voltage, port_count, "pmu_conf_out_volt_", serial,
                              "Output Voltage", {}, layout));
   }
   if (config.schedules) {
@@ -104,7 +100,8 @@ JsonPtr pmu_config_menu(PowerUnitType type, int port_count, const std::string& s
   items.add(pmu_port_control_menu(port_count, serial, protected_ports, layout));
   items.add(pmu_threshold_menu(port_count, serial, config, protected_ports, layout));
   items.add(menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu(id_of("pmu_dev_conf_%s", serial).c_str(), "Device Config", items.done());
+  return menu_item_submenu(unit_item_id("pmu_dev_conf_", serial).c_str(), "Device Config",
+                           items.done());
 }
 
 JsonPtr menu_item_port_values(const PortTexts& values, int port_count, const std::string& id,
@@ -141,19 +138,19 @@ JsonPtr pmu_threshold_menu(int port_count, const std::string& serial, const Unit
   JsonArrayBuilder items;
   if (!config.max_temperature.empty()) {
     items.add(unit_text_item(
-        "pmu_thres_max_temp_%s", serial, "Max. Temperature", "Max. Temperature:",
+        "pmu_thres_max_temp_", serial, "Max. Temperature", "Max. Temperature:",
         format_text(kTextCapacity, "%s degree Cel.", config.max_temperature.c_str()), layout));
   }
   if (config.max_voltage) {
-    items.add(volts_per_port(*config.max_voltage, port_count, "pmu_thres_max_in_volt_%s", serial,
+    items.add(volts_per_port(*config.max_voltage, port_count, "pmu_thres_max_in_volt_", serial,
                              "Max. Voltage", protected_ports, layout));
   }
   if (config.min_voltage) {
-    items.add(volts_per_port(*config.min_voltage, port_count, "pmu_thres_min_in_volt_%s", serial,
+    items.add(volts_per_port(*config.min_voltage, port_count, "pmu_thres_min_in_volt_", serial,
                              "Min. Voltage", protected_ports, layout));
   }
   items.add(menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu(id_of("pmu_thres_%s", serial).c_str(), "Thresholds", items.done());
+  return menu_item_submenu(unit_item_id("pmu_thres_", serial).c_str(), "Thresholds", items.done());
 }
 
 // Port Control
@@ -177,7 +174,7 @@ JsonPtr pmu_port_control_menu(int port_count, const std::string& serial,
   if (keys.empty()) {
     return nullptr;
   }
-  const std::string id = id_of("pmu_port_ctrl_%s", serial);
+  const std::string id = unit_item_id("pmu_port_ctrl_", serial);
   if (keys.size() == 1) {
     return port_control_item(id.c_str(), "Port Control", keys.front().second);
   }
@@ -195,7 +192,7 @@ JsonPtr pmu_port_control_menu(int port_count, const std::string& serial,
 JsonPtr pmu_schedule_menu(int port_count, const std::string& serial,
                           const std::vector<UnitSchedule>& schedules,
                           const ProtectedPorts& protected_ports, const PanelLayout& layout) {
-  const std::string id = id_of("pmu_conf_sche_menu_%s", serial);
+  const std::string id = unit_item_id("pmu_conf_sche_menu_", serial);
   if (schedules.empty()) {
     const std::string text =
         cut_text(layout_wrap("No Schedule Defined", layout.chars_per_line), kNoScheduleCapacity);

@@ -21,6 +21,10 @@ namespace tavio {
                                       const UnitConfig& config,
                                       const ProtectedPorts& protected_ports,
                                       const PanelLayout& layout);
+/// A text item of one label and value whose id is id_prefix and the unit's serial.
+[[nodiscard]] JsonPtr unit_text_item(const char* id_prefix, const std::string& serial,
+                                     const char* title, const char* label, const std::string& value,
+                                     const PanelLayout& layout);
 /// A text item of one line per unprotected port, labelled like title ("Max. Voltage 2:"),
 /// each value followed by suffix, "N/A" for a missing one; null when no port is listed.
 [[nodiscard]] JsonPtr menu_item_port_values(const PortTexts& values, int port_count,

@@ -14,10 +14,6 @@
 namespace tavio {
 namespace {
 
-std::string with_serial(const char* format, const std::string& serial) {
-  return format_text(kItemIdCapacity, format, serial.c_str());
-}
-
 // Device Status: one polled entry per row, its id and key the family's identifier for the
 // unit, then the separator. Null when the families cannot carry the serial whole: such
 // entries would read another unit's values, or none.
@@ -37,7 +33,7 @@ JsonPtr status_menu(const StatusRow (&rows)[N], const std::string& serial,
     items.add(menu_item_poll(id->c_str(), row.title, id->c_str()));
   }
   items.add(menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu(with_serial("pmu_dev_status_%s", serial).c_str(), "Device Status",
+  return menu_item_submenu(unit_item_id("pmu_dev_status_", serial).c_str(), "Device Status",
                            items.done());
 }
 
@@ -74,13 +70,6 @@ JsonPtr pdu_status_menu(const std::string& serial, const PanelLayout& layout) {
   return status_menu(kPdu, serial, layout);
 }
 
-// A static text item of one label and value, id formed with the serial.
-JsonPtr label_item(const char* id_format, const std::string& serial, const char* title,
-                   const char* label, const std::string& value, const PanelLayout& layout) {
-  return menu_item_label_value(with_serial(id_format, serial).c_str(), title, label, value.c_str(),
-                               layout);
-}
-
 // Device Info of an external PMU.
 JsonPtr pmu_info_menu(const UnitDetails& details, const PanelLayout& layout) {
   const std::string& serial = details.serial;
@@ -91,18 +80,18 @@ JsonPtr pmu_info_menu(const UnitDetails& details, const PanelLayout& layout) {
     const char* label;
     const std::string& value;  // shown when not empty; the serial always is
   } rows[] = {
-      {"pmu_dev_name_%s", "Product Name", "Product Name:", details.name},
-      {"pmu_dev_sn_%s", "Serial Number", "Serial Number:", serial},
-      {"pmu_dev_fw_%s", "Firmware Version", "Firmware Version:", details.firmware},
-      {"pmu_dev_hw_rev_%s", "Hardware Rev", "Hardware Rev:", details.hardware_revision},
+      {"pmu_dev_name_", "Product Name", "Product Name:", details.name},
+      {"pmu_dev_sn_", "Serial Number", "Serial Number:", serial},
+      {"pmu_dev_fw_", "Firmware Version", "Firmware Version:", details.firmware},
+      {"pmu_dev_hw_rev_", "Hardware Rev", "Hardware Rev:", details.hardware_revision},
   };
   for (const auto& row : rows) {
     if (!row.value.empty()) {
-      items.add(label_item(row.id, serial, row.title, row.label, row.value, layout));
+      items.add(unit_text_item(row.id, serial, row.title, row.label, row.value, layout));
     }
   }
   items.add(menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu(with_serial("pmu_dev_info_%s", serial).c_str(), "Device Info",
+  return menu_item_submenu(unit_item_id("pmu_dev_info_", serial).c_str(), "Device Info",
                            items.done());
 }
 
@@ -119,17 +108,17 @@ JsonPtr pmu_network_menu(PowerUnitType type, const std::string& serial,
     const char* label;
     std::string value;
   } rows[] = {
-      {"pmu_nw_dhcp_status_%s", "DHCP", "DHCP:", network->dhcp ? "Enable" : "Disable"},
-      {"pmu_nw_ip_status_%s", "IP Address", "IP Address:", network->ip},
-      {"pmu_nw_mask_status_%s", "Subnet Mask", "Subnet Mask:", network->netmask},
-      {"pmu_nw_gw_status_%s", "Gateway", "Gateway:", network->gateway},
-      {"pmu_nw_dns_status_%s", "DNS", "DNS:", network->dns},
+      {"pmu_nw_dhcp_status_", "DHCP", "DHCP:", network->dhcp ? "Enable" : "Disable"},
+      {"pmu_nw_ip_status_", "IP Address", "IP Address:", network->ip},
+      {"pmu_nw_mask_status_", "Subnet Mask", "Subnet Mask:", network->netmask},
+      {"pmu_nw_gw_status_", "Gateway", "Gateway:", network->gateway},
+      {"pmu_nw_dns_status_", "DNS", "DNS:", network->dns},
   };
   for (const auto& row : rows) {
-    items.add(label_item(row.id, serial, row.title, row.label, row.value, layout));
+    items.add(unit_text_item(row.id, serial, row.title, row.label, row.value, layout));
   }
   items.add(menu_item_separator(layout.chars_per_line));
-  return menu_item_submenu(with_serial("pmu_nw_%s", serial).c_str(), "Network", items.done());
+  return menu_item_submenu(unit_item_id("pmu_nw_", serial).c_str(), "Network", items.done());
 }
 
 // The port count a unit's own menu is built for; nothing when the unit lacks device
@@ -170,7 +159,7 @@ JsonPtr power_menu_external(const PowerUnitList& list, const PanelLayout& layout
   for (const PowerUnit* unit : units) {
     const std::string serial = cut_text(unit->serial, kItemIdCapacity);
     // A unit whose own menu cannot be built has no entry, yet the list is still shown.
-    items.add(menu_item_submenu(with_serial("pmu_%s", serial).c_str(), serial.c_str(),
+    items.add(menu_item_submenu(unit_item_id("pmu_", serial).c_str(), serial.c_str(),
                                 pmu_unit_menu(PowerUnitType::kExternalPmu, *unit, layout)));
   }
   items.add(menu_item_separator(layout.chars_per_line));

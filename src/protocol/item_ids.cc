@@ -19,18 +19,27 @@ constexpr std::size_t kBatteryNumberCapacity = 16;
 }  // namespace
 
 std::string format_item_id(const ItemKey& key, const ItemArgs& args) {
+  // Put together piece by piece: the menus make dozens of identifiers in a run.
+  std::string id = key.name;
   switch (key.suffix) {
     case ItemSuffix::kNone:
-      return key.name;
+      return id;
     case ItemSuffix::kNumber:
     case ItemSuffix::kBatteryNumber:
-      return format_text(kItemIdCapacity, "%s%d", key.name, args.number);
+      id += std::to_string(args.number);
+      break;
     case ItemSuffix::kUnitSerial:
-      return format_text(kItemIdCapacity, "%s%s", key.name, args.unit.c_str());
+      id += args.unit;
+      break;
     case ItemSuffix::kPortControl:
-      return format_text(kItemIdCapacity, "%s%s_%d", key.name, args.unit.c_str(), args.number);
+      id.append(args.unit).append("_").append(std::to_string(args.number));
+      break;
   }
-  return key.name;
+  return cut_text(id, kItemIdCapacity);
+}
+
+std::string unit_item_id(const char* prefix, const std::string& serial) {
+  return cut_text(std::string(prefix).append(serial), kItemIdCapacity);
 }
 
 std::optional<std::string> exact_item_id(const ItemKey& key, const ItemArgs& args) {

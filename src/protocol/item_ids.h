@@ -95,6 +95,8 @@ constexpr char kBattery[] = "pwr_consume_status_battery_menu";
 /// characters. Read back, a unit serial keeps only what its suffix kind reads (31
 /// characters, or 14 of a port control), so a longer one does not come back whole.
 [[nodiscard]] std::string format_item_id(const ItemKey& key, const ItemArgs& args = {});
+/// A power unit's item identifier: prefix and the unit's serial, cut to an identifier's room.
+[[nodiscard]] std::string unit_item_id(const char* prefix, const std::string& serial);
 /// The identifier format_item_id makes for key and args when it reads back as exactly args;
 /// nothing when the family cannot carry them whole (a unit serial over 31 characters, a port
 /// control's serial of other than 14), so that a menu never hands out an identifier that

@@ -2,8 +2,8 @@
 
 #include <cinttypes>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
+
+#include "tavio/json_ref.h"
 
 namespace tavio {
 namespace {
@@ -103,8 +103,7 @@ bool append_value(std::string& out, const json_t* value) {
     }
     case JSON_REAL: {
       // Rare in tavio's documents: written by Jansson, so the bytes are its own.
-      std::unique_ptr<char, decltype(&std::free)> text(
-          json_dumps(value, JSON_ENCODE_ANY | JSON_COMPACT), &std::free);
+      const JsonText text(json_dumps(value, JSON_ENCODE_ANY | JSON_COMPACT));
       if (!text) {
         return false;
       }
