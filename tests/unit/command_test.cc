@@ -12,7 +12,7 @@
 #include <string>
 #include <thread>
 
-#include "temp_root.h"
+#include "support.h"
 
 namespace tavio {
 namespace {
@@ -62,7 +62,7 @@ TEST(Command, EachArgumentArrivesExactlyAsOneWord) {
 }
 
 // The program run is the one the PATH of the moment finds: a changed PATH is searched again.
-class CommandOnPath : public tavio_test::TempRootTest {};
+class CommandOnPath : public TempRootTest {};
 
 TEST_F(CommandOnPath, ChangedPathIsSearchedAgain) {
   const Command probe{"tavio-probe", {}, kAmple, CommandOutput::kCapture};
@@ -75,7 +75,7 @@ TEST_F(CommandOnPath, ChangedPathIsSearchedAgain) {
 }
 
 // A step that outlives its deadline is killed with its group, and the sequence goes on.
-class DetachedCommand : public tavio_test::TempRootTest {};
+class DetachedCommand : public TempRootTest {};
 
 TEST_F(DetachedCommand, StepsRunInOrderAfterTheCallerMovedOn) {
   const std::string log = host("/steps.log");

@@ -29,7 +29,8 @@ inline constexpr const char* kRunDir = "/var/run/dorva/tavio";
 /// A document as compact JSON with sorted keys; "null" for none.
 inline std::string dump(const json_t* value) {
   std::unique_ptr<char, decltype(&std::free)> text(
-      value == nullptr ? nullptr : json_dumps(value, JSON_COMPACT | JSON_SORT_KEYS | JSON_ENCODE_ANY),
+      value == nullptr ? nullptr
+                       : json_dumps(value, JSON_COMPACT | JSON_SORT_KEYS | JSON_ENCODE_ANY),
       &std::free);
   return text ? text.get() : "null";
 }
