@@ -19,8 +19,6 @@ namespace {
 const std::string kTheme = "/var/run/dorva/tavio/mmi_theme_settings_SN42.json";
 const std::string kFont = "/var/run/dorva/tavio/mmi_font_settings_SN42.json";
 
-JsonPtr parse(const std::string& text) { return json_own(json_loads(text.c_str(), 0, nullptr)); }
-
 class DisplayPrefsTest : public TempRootTest {};
 
 // "google" exactly and "Google" are golden cases; no file is the default of most of them.
@@ -44,7 +42,8 @@ TEST_F(DisplayPrefsTest, MenuRequestRecordsTheThemeIntoAnExistingFile) {
   write(kTheme, "KEEP=me\n");
   Exchange exchange;
   exchange.serial = "SN42";
-  const JsonPtr req = parse(R"({"panel": {"theme": "google", "font": []}})");
+  const JsonPtr req =
+      json_own(json_loads(R"({"panel": {"theme": "google", "font": []}})", 0, nullptr));
   static_cast<void>(handle_menu_request(req.get(), exchange));
   EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kAlternative);
   EXPECT_TRUE(save_theme_setting("SN42", nullptr));
