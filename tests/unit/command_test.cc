@@ -12,7 +12,7 @@
 #include <string>
 #include <thread>
 
-#include "temp_root.h"
+#include "support.h"
 
 namespace tavio {
 namespace {
@@ -61,10 +61,10 @@ TEST(Command, EachArgumentArrivesExactlyAsOneWord) {
   EXPECT_EQ(run_command(command), expected);
 }
 
-// The program run is the one the PATH of the moment finds: a changed PATH is searched again.
-class CommandOnPath : public tavio_test::TempRootTest {};
+class CommandTest : public TempRootTest {};
 
-TEST_F(CommandOnPath, ChangedPathIsSearchedAgain) {
+// The program run is the one the PATH of the moment finds: a changed PATH is searched again.
+TEST_F(CommandTest, ChangedPathIsSearchedAgain) {
   const Command probe{"tavio-probe", {}, kAmple, CommandOutput::kCapture};
   stand_in("tavio-probe", "#!/bin/sh\nprintf first\n");
   EXPECT_EQ(run_command(probe), "first");
@@ -75,9 +75,7 @@ TEST_F(CommandOnPath, ChangedPathIsSearchedAgain) {
 }
 
 // A step that outlives its deadline is killed with its group, and the sequence goes on.
-class DetachedCommand : public tavio_test::TempRootTest {};
-
-TEST_F(DetachedCommand, StepsRunInOrderAfterTheCallerMovedOn) {
+TEST_F(CommandTest, DetachedStepsRunInOrderAfterTheCallerMovedOn) {
   const std::string log = host("/steps.log");
   // A descriptor the caller holds open: the detached process must not keep it.
   int watch[2];

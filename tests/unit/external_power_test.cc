@@ -5,18 +5,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <memory>
 #include <optional>
 #include <string>
 
 #include "sources/reply_memo.h"
-#include "temp_root.h"
+#include "support.h"
 
 namespace tavio {
 namespace {
-
-using tavio_test::kRunDir;
 
 // Answers only "extpower_status", with answer.json and the status in exit_status.
 const char* const kFakeDeviceTool = R"sh(#!/bin/sh
@@ -31,13 +27,7 @@ const char* const kNoStatus = "Cannot get battery st\natus.";
 const char* const kNoStatusMenu =
     R"([{"id":"custom_menu_content","st":"Cannot get battery st\natus."}])";
 
-std::string dump(const JsonPtr& value) {
-  std::unique_ptr<char, decltype(&std::free)> text(
-      json_dumps(value.get(), JSON_COMPACT | JSON_SORT_KEYS), &std::free);
-  return text ? text.get() : "(null)";
-}
-
-class ExternalPowerTest : public tavio_test::TempRootTest {
+class ExternalPowerTest : public TempRootTest {
  protected:
   void SetUp() override {
     TempRootTest::SetUp();
@@ -55,8 +45,6 @@ class ExternalPowerTest : public tavio_test::TempRootTest {
 };
 
 TEST_F(ExternalPowerTest, BatteryTexts) {
-  const PanelLayout alternative = make_panel_layout(ThemeMode::kAlternative, 1, 21, 4);
-  const PanelLayout narrow = make_panel_layout(ThemeMode::kDefault, 1, 10, 4);
   const struct {
     const char* report;
     std::optional<int> id;  // none: all batteries
@@ -79,11 +67,11 @@ TEST_F(ExternalPowerTest, BatteryTexts) {
        "                  N/A\n---------------------\n\nDischarging current:\n"
        "               0.00 A\n---------------------"},
       {R"("bat_info":[])", std::nullopt, kPanel, kNoStatus},
-      {R"("bat_info":[{"id":0,"name":"Aux"}])", 0, alternative, "\nName: Aux\nCurrent: 0.00 A"},
-      {R"("bat_info":[{"id":3}])", 0, alternative, "\nCannot get battery st\natus."},
+      {R"("bat_info":[{"id":0,"name":"Aux"}])", 0, grid(2), "\nName: Aux\nCurrent: 0.00 A"},
+      {R"("bat_info":[{"id":3}])", 0, grid(2), "\nCannot get battery st\natus."},
       // Without any battery list the message is shown as it is, not pushed down.
-      {R"("tp":"Mains")", std::nullopt, alternative, kNoStatus},
-      {R"("bat_info":[{"name":"Aux","bi":20}])", std::nullopt, narrow,
+      {R"("tp":"Mains")", std::nullopt, grid(2), kNoStatus},
+      {R"("bat_info":[{"name":"Aux","bi":20}])", std::nullopt, grid(1, 10),
        "Name:  Aux\nCurrent:\n    0.02 A\n----------"},
   };
   for (const auto& c : cases) {

@@ -1,8 +1,6 @@
 // The local API client against a stand-in wget_https first on PATH: what no end-to-end case
-// reaches (the default port, failures after the tool wrote a reply, request files that cannot
-// be written, replies reused within a run, the header file written once for the calls that
-// share its lines), and that no temporary file but the header file outlives a call. A build
-// that speaks HTTP itself runs only the port's test here.
+// reaches, and that no temporary file but the header file outlives a call. A build that speaks
+// HTTP itself runs only the port's test here.
 #include "sources/local_api.h"
 
 #include <gtest/gtest.h>
@@ -14,13 +12,11 @@
 
 #include "platform/router_paths.h"
 #include "sources/reply_memo.h"
-#include "temp_root.h"
+#include "support.h"
 #include "text/text_buffer.h"
 
 namespace tavio {
 namespace {
-
-using tavio_test::kRunDir;
 
 // The port is cached for the whole process; once a test has run, the default can no longer be
 // seen in this process (ctest runs every test in a process of its own).
@@ -42,7 +38,7 @@ exit "$(cat "$here/exit_status" 2>/dev/null || echo 0)"
 const char* const kHarmlessStandIn =
     "#!/bin/sh\necho \"$0 $*\" >> \"$(dirname \"$0\")/../stand-ins.log\"\n";
 
-class LocalApiTest : public tavio_test::TempRootTest {
+class LocalApiTest : public TempRootTest {
  protected:
   void SetUp() override {
     TempRootTest::SetUp();
@@ -55,7 +51,7 @@ class LocalApiTest : public tavio_test::TempRootTest {
   void TearDown() override {
     g_port_may_be_cached = true;
     api_end_run();
-    expect_no_files();
+    EXPECT_TRUE(list(kRunDir).empty());
     TempRootTest::TearDown();
     EXPECT_FALSE(exists("/stand-ins.log")) << "a command that changes the machine ran";
   }
@@ -64,7 +60,6 @@ class LocalApiTest : public tavio_test::TempRootTest {
     const std::string log = read("/wget.log").value_or("");
     return static_cast<std::size_t>(std::count(log.begin(), log.end(), '\n'));
   }
-  void expect_no_files() const { EXPECT_TRUE(list(kRunDir).empty()); }
   // What the run's header file holds; only it may be left in the run directory.
   std::string header_file() const {
     const std::string name = format_text(kPathCapacity, kApiHeaderFormat, ::getpid());

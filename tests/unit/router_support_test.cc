@@ -13,12 +13,10 @@
 #include <vector>
 
 #include "status/lan_ha_status.h"
-#include "temp_root.h"
+#include "support.h"
 
 namespace tavio {
 namespace {
-
-using tavio_test::TempRootTest;
 
 const char* const kFile = "/etc/test/settings";
 

@@ -18,12 +18,10 @@
 
 #include "platform/os.h"
 #include "protocol/json_get.h"
-#include "temp_root.h"
+#include "support.h"
 
 namespace tavio {
 namespace {
-
-using tavio_test::kRunDir;
 
 const char* const kTextFormat = "/var/run/dorva/tavio/unit_%d.txt";
 const char* const kJsonFormat = "/var/run/dorva/tavio/unit_%d.json";
@@ -33,7 +31,7 @@ const char* const kMissingTarget = "/nothing-here";
 
 enum class Before { kNothing, kStaleFile, kLinkToVictim, kLinkToNothing };
 
-class TempFileTest : public tavio_test::TempRootTest {
+class TempFileTest : public TempRootTest {
  protected:
   void SetUp() override {
     TempRootTest::SetUp();

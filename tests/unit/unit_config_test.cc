@@ -5,40 +5,28 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <numeric>
 #include <string>
 
 #include "protocol/json_build.h"
+#include "support.h"
 
 namespace tavio {
 namespace {
 
-const std::string kSep = R"({"t":"---------------------"})";
-
-std::string dump(const json_t* value) {
-  if (value == nullptr) {
-    return "null";
-  }
-  char* text = json_dumps(value, JSON_COMPACT | JSON_SORT_KEYS | JSON_ENCODE_ANY);
-  std::string out = text == nullptr ? "(unprintable)" : text;
-  std::free(text);
-  return out;
-}
-
 // The literal in the same compact, sorted form.
 std::string doc(const std::string& literal) {
   const JsonPtr value = json_own(json_loads(literal.c_str(), JSON_DECODE_ANY, nullptr));
-  return value ? dump(value.get()) : "(bad literal) " + literal;
+  return value ? dump(value) : "(bad literal) " + literal;
 }
 
 // A text item in the compact, sorted form; st is the panel text with real line breaks.
 std::string text_item(const char* id, const char* title, const char* st) {
-  const JsonPtr item = JsonObjectBuilder()
-                           .text("id", id)
-                           .text("t", title)
-                           .take("c", JsonObjectBuilder().text("st", st).done())
-                           .done();
-  return dump(item.get());
+  return dump(JsonObjectBuilder()
+                  .text("id", id)
+                  .text("t", title)
+                  .take("c", JsonObjectBuilder().text("st", st).done())
+                  .done());
 }
 
 // The record of a device list's one unit whose "config" is config (JSON).
@@ -48,10 +36,6 @@ UnitConfig read_config(const std::string& config) {
       power_unit_list_of(json_own(json_loads(answer.c_str(), 0, nullptr)).get());
   return list && list->items.size() == 1 ? list->items.front().config.value_or(UnitConfig{})
                                          : UnitConfig{};
-}
-
-PanelLayout grid(ThemeMode theme = ThemeMode::kDefault) {
-  return make_panel_layout(theme, 1, 21, 4);
 }
 
 TEST(CronToScheduleTime, TimeAndFrequency) {
@@ -84,29 +68,21 @@ TEST(CronToScheduleTime, TimeAndFrequency) {
   }
 }
 
-// Ports 1 to port - 1, so that only the highest ports are shown.
-ProtectedPorts protect_all_below(int port) {
-  ProtectedPorts ports;
-  for (int below = 1; below < port; ++below) {
-    ports.push_back(below);
-  }
-  return ports;
-}
-
 TEST(PortValues, OneLinePerUnprotectedPortMissingShownAsNa) {
-  constexpr ThemeMode kStd = ThemeMode::kDefault, kAlt = ThemeMode::kAlternative;
+  ProtectedPorts below32(31);
+  std::iota(below32.begin(), below32.end(), 1);  // only the highest port is shown
   const struct {
     int ports;
     ProtectedPorts protected_ports;
-    ThemeMode theme;
+    int theme;
     const char* values;
     const char* st;  // null: no item
   } cases[] = {
-      {1, {}, kAlt, R"({"r1":"12"})", "\nMax. Voltage: 12 V"},
-      {2, {}, kStd, R"({"r1":"12","r2":""})", "Max. Voltage 1:  12 V\nMax. Voltage 2:   N/A"},
-      {3, {2}, kStd, R"({"r1":"12","r3":7})", "Max. Voltage 1:  12 V\nMax. Voltage 3:   N/A"},
-      {2, {1, 2}, kStd, R"({"r1":"12","r2":"13"})", nullptr},
-      {32, protect_all_below(32), kStd, R"({"r32":"5","r33":"6"})", "Max. Voltage 32:  5 V"},
+      {1, {}, 2, R"({"r1":"12"})", "\nMax. Voltage: 12 V"},
+      {2, {}, 1, R"({"r1":"12","r2":""})", "Max. Voltage 1:  12 V\nMax. Voltage 2:   N/A"},
+      {3, {2}, 1, R"({"r1":"12","r3":7})", "Max. Voltage 1:  12 V\nMax. Voltage 3:   N/A"},
+      {2, {1, 2}, 1, R"({"r1":"12","r2":"13"})", nullptr},
+      {32, below32, 1, R"({"r32":"5","r33":"6"})", "Max. Voltage 32:  5 V"},
   };
   for (const auto& c : cases) {
     const UnitConfig config = read_config(std::string(R"({"over_v": )") + c.values + "}");
@@ -114,8 +90,7 @@ TEST(PortValues, OneLinePerUnprotectedPortMissingShownAsNa) {
     const JsonPtr item =
         menu_item_port_values(*config.max_voltage, c.ports, "v_SN1", "Max. Voltage", " V",
                               c.protected_ports, grid(c.theme));
-    EXPECT_EQ(dump(item.get()), c.st ? text_item("v_SN1", "Max. Voltage", c.st) : "null")
-        << c.values;
+    EXPECT_EQ(dump(item), c.st ? text_item("v_SN1", "Max. Voltage", c.st) : "null") << c.values;
   }
 }
 
@@ -131,12 +106,12 @@ TEST(Schedules, UnusableEntriesLeaveNoGapInNumbers) {
       text_item("pmu_conf_sche_SN1_1", "Schedule (1)",
                 "Port 1 Action:    OFF\nPort 2 Action:    N/A\n"
                 "Execution Time: 12:00\nFrequency:\n          Monthly - 1") +
-      "," + kSep + "]}";
-  EXPECT_EQ(dump(pmu_schedule_menu(2, "SN1", *config.schedules, {}, grid()).get()), doc(expected));
+      R"(,{"t":"---------------------"}]})";
+  EXPECT_EQ(dump(pmu_schedule_menu(2, "SN1", *config.schedules, {}, grid())), doc(expected));
   const UnitConfig unusable =
       read_config(R"({"schedule": [{"cron": "0 0 * * *", "state": {}}, {"state": {}}]})");
   ASSERT_TRUE(unusable.schedules);
-  EXPECT_EQ(dump(pmu_schedule_menu(1, "SN1", *unusable.schedules, {}, grid()).get()),
+  EXPECT_EQ(dump(pmu_schedule_menu(1, "SN1", *unusable.schedules, {}, grid())),
             text_item("pmu_conf_sche_menu_SN1", "Schedules", "No Schedule Defined"));
 }
 

@@ -1,7 +1,7 @@
-// A throw-away TAVIO_ROOT for one test, so the router's paths land in a temporary folder and
-// never in the real /etc, /var or /usr.
-#ifndef TAVIO_TESTS_UNIT_TEMP_ROOT_H
-#define TAVIO_TESTS_UNIT_TEMP_ROOT_H
+// What several unit tests share: a throw-away TAVIO_ROOT, so the router's paths land in a
+// temporary folder and never in the real /etc, /var or /usr, and the texts they compare.
+#ifndef TAVIO_TESTS_UNIT_SUPPORT_H
+#define TAVIO_TESTS_UNIT_SUPPORT_H
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
@@ -11,17 +11,44 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/os.h"
 #include "sources/reply_memo.h"
+#include "tavio/json_ref.h"
+#include "tavio/panel_layout.h"
 
-namespace tavio_test {
+namespace tavio {
 
 /// The run directory, which tavio never creates: the root provides it.
 inline constexpr const char* kRunDir = "/var/run/dorva/tavio";
+
+/// A document as compact JSON with sorted keys; "null" for none.
+inline std::string dump(const json_t* value) {
+  std::unique_ptr<char, decltype(&std::free)> text(
+      value == nullptr ? nullptr
+                       : json_dumps(value, JSON_COMPACT | JSON_SORT_KEYS | JSON_ENCODE_ANY),
+      &std::free);
+  return text ? text.get() : "null";
+}
+inline std::string dump(const JsonPtr& value) { return dump(value.get()); }
+
+/// n copies of a character, of one byte or several.
+inline std::string rep(std::size_t n, const std::string& character) {
+  std::string text;
+  for (std::size_t i = 0; i < n; ++i) {
+    text += character;
+  }
+  return text;
+}
+
+/// A grid of font size 1; theme 1 is the default, 2 the alternative.
+inline PanelLayout grid(int theme = 1, int chars_per_line = 21, int lines = 4) {
+  return make_panel_layout(static_cast<ThemeMode>(theme), 1, chars_per_line, lines);
+}
 
 /// A test under a fresh root made with mkdtemp (under TMPDIR), set as TAVIO_ROOT and taken up
 /// by root_check(), with the run directory in place; removed with its contents at the end.
@@ -32,10 +59,10 @@ class TempRootTest : public ::testing::Test {
     ASSERT_NE(::mkdtemp(&pattern[0]), nullptr);
     path_ = pattern;
     ::setenv("TAVIO_ROOT", path_.c_str(), 1);
-    ASSERT_TRUE(!tavio::root_check() && tavio::root_prefix() == path_ &&
+    ASSERT_TRUE(!root_check() && root_prefix() == path_ &&
                 std::filesystem::create_directories(host(kRunDir)))
         << "no temporary TAVIO_ROOT: " << path_;
-    tavio::forget_replies("");  // a test is a run of its own
+    forget_replies("");  // a test is a run of its own
   }
   void TearDown() override {
     if (!saved_path_.empty()) {
@@ -94,6 +121,6 @@ class TempRootTest : public ::testing::Test {
   std::string saved_path_;
 };
 
-}  // namespace tavio_test
+}  // namespace tavio
 
 #endif

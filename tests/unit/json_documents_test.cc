@@ -1,0 +1,110 @@
+// Documents as tavio builds them and writes them for the display, and the menu-item schema at
+// its edges; entries as the display receives them are the golden menus' (menu-dashboard-home).
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "protocol/json_build.h"
+#include "protocol/json_text.h"
+#include "protocol/menu_items.h"
+#include "support.h"
+
+namespace tavio {
+namespace {
+
+std::string written(const JsonPtr& document) {
+  return json_compact_text(document.get()).value_or("(none)");
+}
+
+TEST(JsonText, CompactWithOnlyTheEscapesJsonRequires) {
+  const JsonPtr document =
+      JsonObjectBuilder()
+          .text("t", "a/b \xc3\xa9 \"q\" \\ \n\t\b\f\r\x1f")
+          .integer("n", -9223372036854775807LL - 1)
+          .take("m", JsonArrayBuilder().text("x").add(json_own(json_true())).done())
+          .done();
+  EXPECT_EQ(
+      written(document),
+      "{\"t\":\"a/b \xc3\xa9 \\\"q\\\" \\\\ \\n\\t\\b\\f\\r\\u001F\",\"n\":-9223372036854775808,"
+      "\"m\":[\"x\",true]}");
+  EXPECT_EQ(written(nullptr), "(none)");
+  EXPECT_EQ(written(json_own(json_string("x"))), "(none)");
+}
+
+TEST(JsonBuild, ObjectsAreWholeOrNothingAndArraysLeaveOutWhatIsMissing) {
+  const char* const no_text = nullptr;
+  const struct {
+    const char* name;
+    JsonPtr built;
+    const char* text;
+  } cases[] = {
+      {"members in the order set",
+       JsonObjectBuilder()
+           .text("b", "x")
+           .integer("a", 1)
+           .take("c", JsonArrayBuilder().done())
+           .done(),
+       R"({"b":"x","a":1,"c":[]})"},
+      {"a member without text", JsonObjectBuilder().text("a", "x").text("b", no_text).done(),
+       "(none)"},
+      {"a member without a child", JsonObjectBuilder().text("a", "x").take("c", nullptr).done(),
+       "(none)"},
+      {"elements missing or failed are left out",
+       JsonArrayBuilder()
+           .add(nullptr)
+           .text("x")
+           .add(JsonObjectBuilder().text("k", no_text).done())
+           .add(json_own(json_integer(2)))
+           .done(),
+       R"(["x",2])"},
+      {"text that is not UTF-8", JsonArrayBuilder().text("a\xff").done(), "[\"a\xef\xbf\xbd\"]"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(written(c.built), c.text) << c.name;
+  }
+}
+
+// An entry needs its identifier, title and key; a text item its title and text.
+TEST(MenuItems, MissingRequiredTextGivesNull) {
+  for (int missing = 0; missing < 3; ++missing) {
+    for (const char* bad : {static_cast<const char*>(nullptr), ""}) {
+      const char* f[3] = {"x", "x", "x"};
+      f[missing] = bad;
+      EXPECT_FALSE(menu_item_entry(f[0], f[1], MenuAccess::kRead, f[2], 5, nullptr, nullptr))
+          << "field " << missing;
+      EXPECT_EQ(menu_item_text("m", f[0], f[1], grid(1)) == nullptr, missing < 2);
+    }
+  }
+}
+
+TEST(MenuText, LaysOutFirst255CharactersIdOptional) {
+  const std::string text(300, 'q');
+  const std::string cut(255, 'q');
+  EXPECT_EQ(dump(menu_item_text("about", "About", text.c_str(), grid(1))),
+            R"({"c":{"st":")" + cut + R"("},"id":"about","t":"About"})");
+  // The alternative theme adds its empty top line after the cut.
+  EXPECT_EQ(dump(menu_item_text(nullptr, "About", text.c_str(), grid(2))),
+            R"({"c":{"st":"\n)" + cut + R"("},"t":"About"})");
+}
+
+TEST(MenuSeparator, DashesForCount) {
+  EXPECT_EQ(dump(menu_item_separator(0)), R"({"t":""})");
+  EXPECT_EQ(dump(menu_item_separator(-3)), R"({"t":""})");
+  EXPECT_EQ(dump(menu_item_separator(16)), R"({"t":"----------------"})");
+  EXPECT_EQ(dump(menu_item_separator(500)), R"({"t":")" + std::string(127, '-') + R"("})");
+}
+
+TEST(MenuCustomContent, OneItemMenuWrappedAtLineWidthAndCutTo511Characters) {
+  const std::string text(600, 'z');  // 628 characters once wrapped at 21
+  const JsonPtr menu = menu_item_custom_content(text.c_str(), grid(1));
+  ASSERT_EQ(json_array_size(menu.get()), 1u);
+  const json_t* item = json_array_get(menu.get(), 0);
+  EXPECT_STREQ(json_string_value(json_object_get(item, "id")), "custom_menu_content");
+  const std::string st = json_string_value(json_object_get(item, "st"));
+  ASSERT_EQ(st.size(), 511u);
+  EXPECT_EQ(st.substr(0, 22), std::string(21, 'z') + "\n");
+  EXPECT_EQ(st.substr(505), "\nzzzzz");  // 23 lines of 21 and a break, then 5 more
+}
+
+}  // namespace
+}  // namespace tavio
