@@ -79,15 +79,11 @@ std::string check_fetch(const tavio::Command& command) {
 // "capwap_cli iotdevlist | extpower_status | iotdevinfo SERIAL | iotstatus SERIAL |
 // iotdevport_set SERIAL PORT:on|off", its answer read back; no argument empty or an option.
 void check_device_call(const tavio::Command& command) {
-  static const std::map<std::string, std::size_t> kArguments = {{"iotdevlist", 1},
-                                                                {"extpower_status", 1},
-                                                                {"iotdevinfo", 2},
-                                                                {"iotstatus", 2},
-                                                                {"iotdevport_set", 3}};
+  static const std::regex kVerbAndCount(
+      "(iotdevlist|extpower_status) 1|(iotdevinfo|iotstatus) 2|iotdevport_set 3");
   const Words& args = command.args;
-  const auto verb = kArguments.find(args.empty() ? "" : args[0]);
-  bool known = command.output == tavio::CommandOutput::kCapture && verb != kArguments.end() &&
-               verb->second == args.size();
+  bool known = command.output == tavio::CommandOutput::kCapture && !args.empty() &&
+               std::regex_match(args[0] + " " + std::to_string(args.size()), kVerbAndCount);
   for (const std::string& arg : args) {
     known = known && is_word(arg);
   }

@@ -1,6 +1,5 @@
-// What the fuzz targets share: a private TAVIO_ROOT made from the example router, and a command
-// runner that answers tavio's command records with replies taken from the fuzz input. No target
-// starts a process; a command record tavio never makes aborts the target like a crash.
+// What the fuzz targets share: a private TAVIO_ROOT, and a command runner that answers tavio's
+// commands with replies from the input and aborts on one tavio never makes (fuzz/README.md).
 #ifndef TAVIO_FUZZ_HARNESS_H
 #define TAVIO_FUZZ_HARNESS_H
 

@@ -5,8 +5,7 @@
 
 KIND is one of KINDS, else each file's kind follows from its "type" and whether its body is
 under "req" or "resp". Exit status 1 when a file is not valid, 2 when the validator cannot be
-used. Documents().check_exchange(request, response) checks one exchange for the simulator
-cases and the emulator walk. The schemas are loaded from the one folder, never fetched.
+used. The schemas are loaded from the one folder, never fetched.
 """
 
 import argparse
