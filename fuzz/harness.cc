@@ -64,7 +64,7 @@ std::string check_fetch(const tavio::Command& command) {
       i += 2;
     }
   }
-  const std::string result = options["-O"];
+  std::string result = options["-O"];
   if (i + 1 != args.size() || !starts_with(args[i], "http://127.0.0.1:") ||
       args[i].find("/api/") == std::string::npos || options["-T"].empty() ||
       options["-e"].empty() || command.output != tavio::CommandOutput::kDiscard ||
@@ -81,14 +81,14 @@ std::string check_fetch(const tavio::Command& command) {
 void check_device_call(const tavio::Command& command) {
   static const std::regex kVerbAndCount(
       "(iotdevlist|extpower_status) 1|(iotdevinfo|iotstatus) 2|iotdevport_set 3");
+  static const std::regex kPortState("[0-9]+:(on|off)");
   const Words& args = command.args;
   bool known = command.output == tavio::CommandOutput::kCapture && !args.empty() &&
                std::regex_match(args[0] + " " + std::to_string(args.size()), kVerbAndCount);
   for (const std::string& arg : args) {
     known = known && is_word(arg);
   }
-  if (!known ||
-      (args[0] == "iotdevport_set" && !std::regex_match(args[2], std::regex("[0-9]+:(on|off)")))) {
+  if (!known || (args[0] == "iotdevport_set" && !std::regex_match(args[2], kPortState))) {
     fuzz_fail("capwap_cli is called as tavio never calls it", line_of(command));
   }
 }
