@@ -1,12 +1,7 @@
-// The reply parser of the HTTP client, fed what a server might send: the whole input is the
-// bytes of the connection, the server closing its side after them.
-//
-// The first byte sets the sizes of the pieces the rest arrives in (1 to 256 bytes), as a
-// connection hands them out. The replies are read one after another, as long as each ends and
-// bytes are left (pipelined), each once in those pieces and once whole: both must agree on
-// whether it is done, failed or wants more, and on a reply that is done, on everything (how
-// far it went, its status, body and whether the connection is kept); a body never outgrows the
-// reply bound, and a reply that is done has a final status.
+// The HTTP client's reply parser, fed the bytes of a connection that the server closes after
+// them, in pieces of 1 to 256 bytes (the first byte says) and whole, reply after reply while
+// each ends and bytes are left: both readings agree on the outcome, and on everything of a reply
+// that is done; a body stays within the reply bound; a reply that is done has a final status.
 #include <cstdint>
 #include <string>
 #include <string_view>

@@ -5,7 +5,6 @@
 #include <cstdlib>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "handlers/value_read.h"
 #include "handlers/value_write.h"
@@ -20,27 +19,14 @@
 
 namespace {
 
-// One identifier of each value family but the power units'; the clock and the uptime read no
-// reply.
-const char* const kIdentifiers[] = {"ha_status",
-                                    "cpuload",
-                                    "lan_port_status_1",
-                                    "lan_ip",
-                                    "wan_status_1",
-                                    "vpn_status_1",
-                                    "wans_throughput_in",
-                                    "wans_throughput_out",
-                                    "wans_data_transfer",
-                                    "lan_port_speed",
-                                    "wan_port_speed_1",
-                                    "remote_assist",
-                                    "wifi_ap_status",
-                                    "pwr_consume_status_input_power",
-                                    "pwr_consume_status_battery",
-                                    "pwr_consume_status_battery_1",
-                                    "pmu_port_ctrl_PMU1A2B3C4D5E6_1"};
-// The power units' families: each measure of the example router's integrated and external PMU
-// and its PDU.
+// One identifier of each value family but the power units' (the clock and the uptime read no
+// reply); then the power units' families: each measure of the example router's integrated and
+// external PMU and its PDU.
+constexpr std::string_view kIdentifiers =
+    "ha_status cpuload lan_port_status_1 lan_ip wan_status_1 vpn_status_1 wans_throughput_in "
+    "wans_throughput_out wans_data_transfer lan_port_speed wan_port_speed_1 remote_assist "
+    "wifi_ap_status pwr_consume_status_input_power pwr_consume_status_battery "
+    "pwr_consume_status_battery_1 pmu_port_ctrl_PMU1A2B3C4D5E6_1";
 const char* const kPmuMeasures[] = {"port", "temp", "in_volt", "out_volt", "in_curr", "out_curr"};
 const char* const kPduMeasures[] = {"port", "temp", "volt", "curr"};
 
@@ -68,16 +54,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const tavio_fuzz::ServedReplies served({std::string(reply)});
   const tavio::PanelLayout layout;
 
-  std::vector<std::string> identifiers(std::begin(kIdentifiers), std::end(kIdentifiers));
+  const auto render = [&layout](const std::string& identifier) {
+    check_writable(tavio::render_value_item(identifier.c_str(), layout), identifier.c_str());
+  };
+  for (const std::string_view identifier : tavio_fuzz::split_input(kIdentifiers, " ")) {
+    render(std::string(identifier));
+  }
   for (const std::string measure : kPmuMeasures) {
-    identifiers.push_back("local_pmu_status_" + measure + "_PMU1A2B3C4D5E6");
-    identifiers.push_back("ext_pmu_status_" + measure + "_EXT0000000001A");
+    render("local_pmu_status_" + measure + "_PMU1A2B3C4D5E6");
+    render("ext_pmu_status_" + measure + "_EXT0000000001A");
   }
   for (const std::string measure : kPduMeasures) {
-    identifiers.push_back("pdu_status_" + measure + "_PDU00000000001");
-  }
-  for (const std::string& identifier : identifiers) {
-    check_writable(tavio::render_value_item(identifier.c_str(), layout), identifier.c_str());
+    render("pdu_status_" + measure + "_PDU00000000001");
   }
   check_writable(tavio::power_menu_main(layout), "power_menu_main");
   check_writable(tavio::power_menu_pmu_items(layout), "power_menu_pmu_items");

@@ -1,15 +1,6 @@
-// The whole of a run in process: a request document or the dump, with the replies the
-// router's tools give meanwhile and serials of any shape (the input's form: fuzz/README.md).
-//
-//   @PNL-IN|PMU0001
-//   {"type": "valueRead", "req": {"list": [{"k": "local_pmu_status_port_$1"}]}}
-//   --reply--
-//   {"list": [{"sn": "$1", "prod": "RQ-CELL", "devinfo": {}}]}
-//
-// The run byte ('@' plus the bits): bits 0-1 1 for the dump (tavio -x TYPE -d), else the body is
-// a request; bit 3 the power panel (-x 1), bit 4 a passcode keypad (-K). Then the panel serial
-// and up to nine unit serials, '|' between them, which "$0".."$9" in the body and the replies
-// stand for; then each reply after a line "--reply--".
+// A whole run in process: a request document or the dump, with the replies the router's tools
+// give meanwhile and serials of any shape. The input (fuzz/README.md): a run byte, a line of
+// serials that "$0".."$9" stand for, the body, then each reply after a line "--reply--".
 #include <signal.h>
 
 #include <algorithm>
@@ -78,7 +69,7 @@ tavio::Exchange exchange_for(std::uint8_t choice, const std::string& serial) {
   return exchange;
 }
 
-// Every response tavio builds must be written as Jansson writes it, as the display reads it.
+// Every response tavio builds is written as Jansson writes it, as the display reads it.
 void answer_request(const std::string& request_text, std::uint8_t choice, const Serials& serials) {
   const tavio::JsonPtr request =
       tavio::json_own(json_loadb(request_text.data(), request_text.size(), 0, nullptr));

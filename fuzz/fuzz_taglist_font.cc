@@ -1,8 +1,6 @@
-// The router's key/value files and the panel's font table.
-//
-// The input is written as a taglist file and loaded, read, changed and saved; what was saved
-// must read back the same. Then the first byte is a font size and the rest a font table from
-// a menu request: a grid that matched is saved for the panel and must load back unchanged.
+// The router's key/value files: the input as a taglist file is loaded, read, changed and saved,
+// and what was saved reads back the same. Then the panel's font table: the first byte a font
+// size, the rest a menu request's font table; a grid that matched is saved and loads back.
 #include <algorithm>
 #include <cstdint>
 #include <cstring>

@@ -30,59 +30,48 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-std::string g_root;      // the root tavio runs on
-std::string g_pristine;  // the root as init_fuzz_root made it, copied back for every input
-
-struct Served {
-  std::vector<std::string> replies;
-  std::size_t next = 0;
-};
+std::string g_root;  // the root tavio runs on
 // Set while a target runs: the only time a command may be asked for, and never a fork().
-std::optional<Served> g_served;
+std::optional<Words> g_replies;
+std::size_t g_next_reply = 0;
 
 bool starts_with(std::string_view text, std::string_view prefix) {
   return text.substr(0, prefix.size()) == prefix;
 }
 
-Words words_of(const tavio::Command& command) {
-  Words words{command.program};
-  words.insert(words.end(), command.args.begin(), command.args.end());
-  return words;
-}
+// An argument tavio gives: neither empty nor an option.
+bool is_word(std::string_view arg) { return !arg.empty() && arg[0] != '-'; }
 
-// The commands as one line, for the messages of findings.
-std::string describe(const std::vector<tavio::Command>& steps) {
-  std::string line;
-  for (const tavio::Command& step : steps) {
-    for (const std::string& word : words_of(step)) {
-      line.append(word).append(" ");
-    }
-    line.append("; ");
+// The command as one line, for the messages of findings.
+std::string line_of(const tavio::Command& command) {
+  std::string line = command.program;
+  for (const std::string& arg : command.args) {
+    line.append(" ").append(arg);
   }
   return line;
 }
 
-// "wget_https -T SECONDS [-f INPUT] -e HEADERS [-O RESULT] URL": options in pairs, each with a
-// value that is no option, then one URL of the local API. Returns RESULT, which the reply is
-// written to: this run's result file or "" (the reply is not read).
+// "wget_https -T SECONDS [-f INPUT] -e HEADERS [-O RESULT] URL", no option's value an option,
+// the URL the local API's. Returns RESULT, which the reply is written to: this run's result
+// file or "" (the reply is not read).
 std::string check_fetch(const tavio::Command& command) {
   const Words& args = command.args;
   std::map<std::string, std::string> options;
   std::size_t i = 0;
-  for (; i + 1 < args.size() && starts_with(args[i], "-"); i += 2) {
-    if ((args[i] != "-T" && args[i] != "-f" && args[i] != "-e" && args[i] != "-O") ||
-        starts_with(args[i + 1], "-") || !options.emplace(args[i], args[i + 1]).second) {
-      fuzz_fail("wget_https gets an option tavio never gives, or twice", describe({command}));
+  for (const char* option : {"-T", "-f", "-e", "-O"}) {
+    if (i + 1 < args.size() && args[i] == option && is_word(args[i + 1])) {
+      options[option] = args[i + 1];
+      i += 2;
     }
   }
-  const std::string result = options["-O"];
+  std::string result = options["-O"];
   if (i + 1 != args.size() || !starts_with(args[i], "http://127.0.0.1:") ||
       args[i].find("/api/") == std::string::npos || options["-T"].empty() ||
       options["-e"].empty() || command.output != tavio::CommandOutput::kDiscard ||
       (!result.empty() &&
        result != g_root + tavio::format_text(tavio::kPathCapacity, tavio::kApiResultFormat,
                                              ::getpid()))) {
-    fuzz_fail("wget_https is called as tavio never calls it", describe({command}));
+    fuzz_fail("wget_https is called as tavio never calls it", line_of(command));
   }
   return result;
 }
@@ -90,31 +79,27 @@ std::string check_fetch(const tavio::Command& command) {
 // "capwap_cli iotdevlist | extpower_status | iotdevinfo SERIAL | iotstatus SERIAL |
 // iotdevport_set SERIAL PORT:on|off", its answer read back; no argument empty or an option.
 void check_device_call(const tavio::Command& command) {
-  static const std::map<std::string, std::size_t> kArguments = {{"iotdevlist", 1},
-                                                                {"extpower_status", 1},
-                                                                {"iotdevinfo", 2},
-                                                                {"iotstatus", 2},
-                                                                {"iotdevport_set", 3}};
+  static const std::regex kVerbAndCount(
+      "(iotdevlist|extpower_status) 1|(iotdevinfo|iotstatus) 2|iotdevport_set 3");
   static const std::regex kPortState("[0-9]+:(on|off)");
   const Words& args = command.args;
-  const auto verb = kArguments.find(args.empty() ? "" : args[0]);
-  bool known = command.output == tavio::CommandOutput::kCapture && verb != kArguments.end() &&
-               verb->second == args.size();
+  bool known = command.output == tavio::CommandOutput::kCapture && !args.empty() &&
+               std::regex_match(args[0] + " " + std::to_string(args.size()), kVerbAndCount);
   for (const std::string& arg : args) {
-    known = known && !arg.empty() && !starts_with(arg, "-");
+    known = known && is_word(arg);
   }
   if (!known || (args[0] == "iotdevport_set" && !std::regex_match(args[2], kPortState))) {
-    fuzz_fail("capwap_cli is called as tavio never calls it", describe({command}));
+    fuzz_fail("capwap_cli is called as tavio never calls it", line_of(command));
   }
 }
 
 // Takes the next reply and says whether its command succeeds: not when the input holds no
 // replies, nor when the reply begins "!D" with D not 0.
 bool next_reply(std::string_view& reply) {
-  if (g_served->replies.empty()) {
+  if (g_replies->empty()) {
     return false;
   }
-  reply = g_served->replies[g_served->next++ % g_served->replies.size()];
+  reply = (*g_replies)[g_next_reply++ % g_replies->size()];
   const bool has_status =
       reply.size() >= 2 && reply[0] == '!' && reply[1] >= '0' && reply[1] <= '9';
   const bool fails = has_status && reply[1] != '0';
@@ -123,8 +108,8 @@ bool next_reply(std::string_view& reply) {
 }
 
 std::optional<std::string> serve_run(const tavio::Command& command) {
-  if (!g_served || command.deadline.count() <= 0) {
-    fuzz_fail("a command outside a fuzz run, or without a deadline", describe({command}));
+  if (!g_replies || command.deadline.count() <= 0) {
+    fuzz_fail("a command outside a fuzz run, or without a deadline", line_of(command));
   }
   std::string_view reply;
   if (command.program == "wget_https") {
@@ -143,14 +128,17 @@ std::optional<std::string> serve_run(const tavio::Command& command) {
     }
     return std::string(reply);
   }
-  fuzz_fail("tavio waits for a program other than wget_https and capwap_cli", describe({command}));
+  fuzz_fail("tavio waits for a program other than wget_https and capwap_cli", line_of(command));
 }
 
 // The background sequences tavio may start; nothing runs and nothing is recorded.
 void serve_detach(const std::vector<tavio::Command>& steps) {
   std::vector<Words> sequence;
+  std::string line;
   for (const tavio::Command& step : steps) {
-    sequence.push_back(words_of(step));
+    sequence.push_back(step.args);
+    sequence.back().insert(sequence.back().begin(), step.program);
+    line.append(line_of(step)).append("; ");
   }
   const std::vector<std::vector<Words>> allowed = {
       {{"restoreconfig"}, {"sleep", "3"}, {"reboot"}},
@@ -158,22 +146,28 @@ void serve_detach(const std::vector<tavio::Command>& steps) {
       {{"saveconfig"}, {"activate"}},
       {{"capwap_cli", "panel_reload"}},
   };
-  // The panel reload may name the panel serial, neither empty nor an option.
-  if (sequence.size() == 1 && sequence[0].size() == 3 && !sequence[0][2].empty() &&
-      !starts_with(sequence[0][2], "-")) {
+  // The panel reload may name the panel serial.
+  if (sequence.size() == 1 && sequence[0].size() == 3 && is_word(sequence[0][2])) {
     sequence[0].pop_back();
   }
-  if (!g_served || std::find(allowed.begin(), allowed.end(), sequence) == allowed.end()) {
-    fuzz_fail("a background sequence tavio never starts, or outside a run", describe(steps));
+  if (!g_replies || std::find(allowed.begin(), allowed.end(), sequence) == allowed.end()) {
+    fuzz_fail("a background sequence tavio never starts, or outside a run", line);
+  }
+}
+
+// The example router's files without its recorded replies (here the input answers), and an
+// empty run directory.
+void reset_root() {
+  fs::remove_all(g_root);
+  fs::create_directories(g_root + tavio::kRunDirectory);
+  for (const fs::directory_entry& entry : fs::directory_iterator(TAVIO_FUZZ_ROUTER_DIR)) {
+    if (entry.path().filename() != "sim") {
+      fs::copy(entry.path(), g_root / entry.path().filename(), fs::copy_options::recursive);
+    }
   }
 }
 
 const tavio::CommandRunner kServingRunner = {serve_run, serve_detach};
-
-void remove_roots() {
-  std::error_code ignored;
-  fs::remove_all(fs::path(g_root).parent_path(), ignored);
-}
 
 }  // namespace
 
@@ -188,18 +182,12 @@ void init_fuzz_root() {
   if (::mkdtemp(&folder[0]) == nullptr) {
     fuzz_fail("cannot make a temporary root", folder);
   }
-  g_root = folder + "/root";
-  g_pristine = folder + "/pristine";
-  std::atexit(remove_roots);
-  fs::create_directory(g_pristine);
-  // The example router's files without its recorded replies: here the input answers.
-  for (const fs::directory_entry& entry : fs::directory_iterator(TAVIO_FUZZ_ROUTER_DIR)) {
-    if (entry.path().filename() != "sim") {
-      fs::copy(entry.path(), g_pristine / entry.path().filename(), fs::copy_options::recursive);
-    }
-  }
-  fs::create_directories(g_pristine + tavio::kRunDirectory);
-  fs::copy(g_pristine, g_root, fs::copy_options::recursive);
+  g_root = folder;
+  std::atexit([] {
+    std::error_code ignored;
+    fs::remove_all(g_root, ignored);
+  });
+  reset_root();
   if (::setenv("TAVIO_ROOT", g_root.c_str(), 1) != 0 || tavio::root_check() ||
       tavio::root_prefix() != g_root) {
     fuzz_fail("tavio did not take up the root", g_root);
@@ -210,18 +198,9 @@ void init_fuzz_root() {
 std::string_view fuzz_root() { return g_root; }
 
 ServedReplies::ServedReplies(std::vector<std::string> replies) {
-  // What the last run added goes; every file is written back (cheaper than a whole new copy).
-  std::vector<fs::path> added;
-  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(g_root)) {
-    if (!fs::exists(g_pristine + entry.path().string().substr(g_root.size()))) {
-      added.push_back(entry.path());
-    }
-  }
-  for (const fs::path& path : added) {
-    fs::remove_all(path);
-  }
-  fs::copy(g_pristine, g_root, fs::copy_options::recursive | fs::copy_options::overwrite_existing);
-  g_served = Served{std::move(replies), 0};
+  reset_root();
+  g_replies = std::move(replies);
+  g_next_reply = 0;
   tavio::forget_replies("");
   tavio::start_exchange_clock();
 }
@@ -236,7 +215,7 @@ ServedReplies::~ServedReplies() {
     }
   }
   tavio::forget_replies("");
-  g_served.reset();
+  g_replies.reset();
 }
 
 std::vector<std::string_view> split_input(std::string_view text, std::string_view delimiter) {
@@ -255,7 +234,7 @@ std::vector<std::string_view> split_input(std::string_view text, std::string_vie
 // tavio starts processes only through the command runner, which the harness replaced: a fork()
 // while a target runs is a finding; outside a run (libFuzzer's own work) the C library's runs.
 extern "C" pid_t fork() {
-  if (tavio_fuzz::g_served) {
+  if (tavio_fuzz::g_replies) {
     tavio_fuzz::fuzz_fail("tavio is about to start a process", "fork()");
   }
   using ForkFn = pid_t (*)();

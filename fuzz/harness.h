@@ -1,9 +1,5 @@
-// What the fuzz targets share: a private TAVIO_ROOT made from the example router, and a command
-// runner that answers tavio's command records with replies taken from the fuzz input.
-//
-// No target starts a process: the runner takes the place of the operating system's, and a
-// fork() while a target runs aborts it. The runner also aborts on a command record tavio never
-// makes (a program, its arguments, a background sequence): a finding like a crash.
+// What the fuzz targets share: a private TAVIO_ROOT, and a command runner that answers tavio's
+// commands with replies from the input and aborts on one tavio never makes (fuzz/README.md).
 #ifndef TAVIO_FUZZ_HARNESS_H
 #define TAVIO_FUZZ_HARNESS_H
 
@@ -14,8 +10,7 @@
 namespace tavio_fuzz {
 
 /// Makes a fresh root under TMPDIR from the example router (without its recorded replies),
-/// sets TAVIO_ROOT, has tavio take it up and puts the runner in place. Aborts when any of
-/// that fails.
+/// has tavio take it up as TAVIO_ROOT and puts the runner in place; aborts when that fails.
 void init_fuzz_root();
 /// The root's path on this machine (what TAVIO_ROOT holds).
 [[nodiscard]] std::string_view fuzz_root();

@@ -1,11 +1,9 @@
 #!/usr/bin/env bash
 # The benchmark's compiled stand-ins (tools/bench_standins) answer exactly like the shell
-# stand-ins of sim/bin: for every call of the table below, both are run in scratch directories
-# of their own and must leave the same exit status, the same standard output, the same files
-# (the -O reply, the stand-in log) and nothing else. Standard error is not compared: the
-# messages of a malformed call are worded by the shell in one and by the program in the other.
-#
-#   standins_match.sh          (needs a C compiler, cc)
+# stand-ins of sim/bin: every call below runs through both, each in a scratch directory of its
+# own, and must leave the same exit status, standard output and files (the -O reply, the stand-in
+# log). Standard error is not compared: the shell and the program word their complaints apiece.
+# Needs a C compiler (cc).
 set -euo pipefail
 
 repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
@@ -64,44 +62,37 @@ for url in "$api/status.system.info&infoType=cpuLoad" "$api/status.port?lite=no&
   "http://127.0.0.1:/api/cmd.ap" "http://10.0.0.1:8080/api/cmd.ap"; do
   check wget_https "${w[@]}" "$url"
 done
-check TAVIO_SIM_API_DOWN=1 wget_https "${w[@]}" "$api/cmd.ap"
-check TAVIO_SIM_API_DOWN= wget_https "${w[@]}" "$api/cmd.ap"
-check wget_https -T 10 -e hdr "$api/cmd.ap"
-check wget_https -T 10 -f body -e hdr -O out/reply.json "$api/cmd.system.reboot"
-check wget_https -T 10 -f nul -e missing -O out/reply.json "$api/cmd.system.reboot"
-check wget_https -e hdr -T 3 -O out/reply.json "$api/cmd.ap"
-check wget_https -T 10 -e hdr -O no/such/dir/reply.json "$api/cmd.ap"
-check wget_https -T 10 -e hdr -O out "$api/cmd.ap"
-check wget_https -T 1x -e hdr "$api/cmd.ap"
+# Bodies, a header file missing, options in another order, out of place, bad or missing.
+for call in "-T 10 -e hdr $api/cmd.ap" "-T 10 -f body ${w[*]:2} $api/cmd.system.reboot" \
+  "-T 10 -f nul -e missing -O out/reply.json $api/cmd.system.reboot" \
+  "-e hdr -T 3 -O out/reply.json $api/cmd.ap" "-T 10 -e hdr -O no/such/dir/reply.json $api/cmd.ap" \
+  "-T 10 -e hdr -O out $api/cmd.ap" "-T 1x -e hdr $api/cmd.ap" "-e hdr $api/cmd.ap" \
+  "-T 10 $api/cmd.ap" "-T 10 -e hdr" "-T 10 -e hdr $api/cmd.ap $api/cmd.ap" \
+  "-T 10 -e hdr -q $api/cmd.ap" "-T 10 -e hdr - $api/cmd.ap" "-T 10 -e" ""; do
+  read -ra words <<<"$call"
+  check wget_https "${words[@]}"
+done
 check wget_https -T "" -e hdr "$api/cmd.ap"
-check wget_https -e hdr "$api/cmd.ap"
-check wget_https -T 10 "$api/cmd.ap"
-check wget_https -T 10 -e hdr
-check wget_https -T 10 -e hdr "$api/cmd.ap" "$api/cmd.ap"
 check wget_https -T 10 -e hdr "" "$api/cmd.ap"
-check wget_https -T 10 -e hdr -q "$api/cmd.ap"
-check wget_https -T 10 -e hdr - "$api/cmd.ap"
-check wget_https -T 10 -e
-check wget_https
-check TAVIO_ROOT= wget_https "${w[@]}" "$api/cmd.ap"
-check TAVIO_STANDIN_LOG= wget_https "${w[@]}" "$api/cmd.ap"
+for env in TAVIO_SIM_API_DOWN=1 TAVIO_SIM_API_DOWN= TAVIO_ROOT= TAVIO_STANDIN_LOG=; do
+  check "$env" wget_https "${w[@]}" "$api/cmd.ap"
+done
 touch "$root/sim/api/DOWN"
 check wget_https "${w[@]}" "$api/cmd.ap"
 rm "$root/sim/api/DOWN"
 
-check capwap_cli iotdevlist
-check capwap_cli iotstatus PMU1A2B3C4D5E6
-check capwap_cli iotdevport_set PDU00000000001 3:on
-check capwap_cli iotdevlist extra                   # falls back to iotdevlist.json
-check capwap_cli iotstatus NOSUCHUNIT
+# Known calls, extra words (falling back to iotdevlist.json), unknown units, hostile serials.
+for call in iotdevlist "iotstatus PMU1A2B3C4D5E6" "iotdevport_set PDU00000000001 3:on" \
+  "iotdevlist extra" "iotstatus NOSUCHUNIT" "iotstatus a/b" "panel_reload PNL-IN" ""; do
+  read -ra words <<<"$call"
+  check capwap_cli "${words[@]}"
+done
 # shellcheck disable=SC2016  # the text is meant literally
 check capwap_cli iotstatus 'a;reboot' "it's" '$(x)' '' 'a b'
-check capwap_cli iotstatus a/b
-check capwap_cli panel_reload PNL-IN
 check capwap_cli ''
-check capwap_cli
-check TAVIO_ROOT= capwap_cli iotdevlist
-check TAVIO_STANDIN_LOG= capwap_cli iotdevlist
+for env in TAVIO_ROOT= TAVIO_STANDIN_LOG=; do
+  check "$env" capwap_cli iotdevlist
+done
 
 echo "$count calls, $failures differ"
 [[ $failures -eq 0 ]]

@@ -1,11 +1,10 @@
 #!/usr/bin/env bash
-# Checks the package recipes in packaging/ against the project without OpenWrt, Buildroot or
-# BitBake: CMakeLists.txt's version is every recipe's and the first CHANGELOG.md entry's; the
-# OpenWrt Makefile and Buildroot tavio.mk, run against small stubs of their include files
-# (tests/packaging/stubs) on a staged `cmake --install --prefix /usr`, give their fields and
-# leave exactly /usr/bin/tavio in the image and the schemas in the staging tree; the Yocto
-# recipe's license checksum, dependencies, options and file lists; the Buildroot Config.in in Kconfig
-# (python3-kconfiglib): tavio selects Jansson, needs C++, the http transport a choice.
+# Checks the recipes in packaging/ without OpenWrt, Buildroot or BitBake: one version
+# (CMakeLists.txt, every recipe, the first CHANGELOG.md entry); the OpenWrt Makefile and
+# Buildroot tavio.mk, run against stubs of their include files (stubs/) on a staged
+# `cmake --install --prefix /usr`, give their fields and install exactly /usr/bin/tavio in the
+# image and the schemas in the staging tree; the Yocto recipe's lines; the Buildroot Config.in
+# in Kconfig (python3-kconfiglib).
 #
 #   check_recipes.sh BUILD_DIR
 set -euo pipefail
@@ -25,7 +24,6 @@ version=$(sed -n 's/^project(tavio VERSION \([0-9.]*\) .*/\1/p' "$repo/CMakeList
 work=$(mktemp -d "${TMPDIR:-/tmp}/tavio-recipes.XXXXXX")
 trap 'rm -rf "$work"' EXIT
 
-# expect WHAT ACTUAL EXPECTED
 expect() { [[ $2 == "$3" ]] || die "$1: '$2', expected '$3'"; }
 # expect_info WHAT LISTING NAME=VALUE...: the listing's NAME=VALUE lines are as given.
 expect_info() {
@@ -38,20 +36,18 @@ expect_info() {
 # files_under DIR: the regular files under DIR, relative, sorted.
 files_under() { (cd "$1" && find . -type f | sed 's|^\./||' | LC_ALL=C sort); }
 
-# --- one version ---------------------------------------------------------------------------
 expect "first CHANGELOG.md entry" \
   "$(sed -n 's/^## \[\([0-9.]*\)\].*/\1/p' "$repo/CHANGELOG.md" | head -n 1)" "$version"
 yocto_recipe=$(echo "$packaging"/yocto/*.bb)
 expect "Yocto recipe" "$yocto_recipe" "$packaging/yocto/tavio_$version.bb"
 
-# --- the install the recipes start from: DESTDIR=STAGE, prefix /usr ------------------------
+# The install the recipes start from.
 stage=$work/stage
 DESTDIR=$stage cmake --install "$build" --prefix /usr >"$work/install.log" ||
   { cat "$work/install.log" >&2; die "cmake --install failed"; }
 schemas=$(cd "$stage" && find usr/share/tavio/schemas -type f | LC_ALL=C sort)
 [[ -f $stage/usr/bin/tavio && -n $schemas ]] || die "the staged install lacks tavio or schemas"
 
-# --- OpenWrt ---------------------------------------------------------------------------------
 openwrt=(make --no-print-directory -C "$packaging/openwrt" TOPDIR="$stubs/openwrt")
 firmware="-DTAVIO_TESTS=OFF -DTAVIO_ROOT_OVERRIDE=OFF"
 options="$firmware -DTAVIO_STATIC=ON -DTAVIO_SHARED_JANSSON=ON -DTAVIO_API_TRANSPORT"
@@ -66,7 +62,6 @@ expect "OpenWrt package files" "$(files_under "$work/ipkg")" "usr/bin/tavio"
   >/dev/null || die "OpenWrt Build/InstallDev failed on the staged install"
 expect "OpenWrt staging files" "$(files_under "$work/owstaging")" "$schemas"
 
-# --- Buildroot -------------------------------------------------------------------------------
 buildroot=(make --no-print-directory -f "$stubs/buildroot/package.mk"
   -f "$packaging/buildroot/tavio.mk")
 expect_info Buildroot "$("${buildroot[@]}" tavio-info)" version="$version" \
@@ -80,10 +75,8 @@ cp -a "$stage" "$work/target"
   die "Buildroot target-install hooks failed on the staged install"
 expect "Buildroot target files" "$(files_under "$work/target")" "usr/bin/tavio"
 
-# --- Yocto -----------------------------------------------------------------------------------
-# The lines that carry the license, its checksum, the dependencies, the firmware options, the
-# http transport as a choice off by default, the versioned source and the package file lists
-# (the paths the staged install was checked to have above).
+# The license and its checksum, the dependencies, the firmware options, the http transport as a
+# choice off by default, the versioned source and the package file lists.
 license_md5=$(md5sum <"$repo/LICENSE" | cut -c1-32)
 # shellcheck disable=SC2016  # the recipe's own variables, meant literally
 for line in 'LICENSE = "MIT"' "LIC_FILES_CHKSUM = \"file://LICENSE;md5=$license_md5\"" \
@@ -95,7 +88,6 @@ for line in 'LICENSE = "MIT"' "LIC_FILES_CHKSUM = \"file://LICENSE;md5=$license_
   grep -qxF "$line" "$yocto_recipe" || die "Yocto ${yocto_recipe##*/} has no line: $line"
 done
 
-# --- Buildroot Config.in in Kconfig ----------------------------------------------------------
 # Debian's python3 has the package; a python3 earlier on PATH (a virtual environment) may not.
 kconfig_python=/usr/bin/python3
 python3 -c 'import kconfiglib' 2>/dev/null && kconfig_python=python3
@@ -106,28 +98,25 @@ import sys
 from pathlib import Path
 import kconfiglib
 
-config_in, work = Path(sys.argv[1]), Path(sys.argv[2])
-top = work / "Config.in"
+top = Path(sys.argv[2]) / "Config.in"
 # The symbols of Buildroot's own tree that the package refers to.
+needs = ("BR2_INSTALL_LIBSTDCPP", "BR2_TOOLCHAIN_GCC_AT_LEAST_7", "BR2_USE_MMU")
 top.write_text("".join(f'config {name}\n\tbool "{name}"\n\n' for name in (
-    "BR2_INSTALL_LIBSTDCPP", "BR2_TOOLCHAIN_GCC_AT_LEAST_7", "BR2_USE_MMU",
-    "BR2_PACKAGE_JANSSON")) + f'source "{config_in}"\n')
+    *needs, "BR2_PACKAGE_JANSSON")) + f'source "{sys.argv[1]}"\n')
 kconf = kconfiglib.Kconfig(str(top), warn_to_stderr=False)
-if kconf.warnings:
-    sys.exit("check_recipes: Buildroot Config.in: " + "; ".join(kconf.warnings))
-# What the package and its http choice come to: settings, then the values expected.
-for settings, tavio, jansson, http, what in (
-        ({"BR2_INSTALL_LIBSTDCPP": 2, "BR2_TOOLCHAIN_GCC_AT_LEAST_7": 2, "BR2_USE_MMU": 2,
-          "BR2_PACKAGE_JANSSON": 0, "BR2_PACKAGE_TAVIO": 2}, 2, 2, 0,
+# Settings, one after another, then what TAVIO, JANSSON and TAVIO_API_HTTP come to.
+for settings, expected, what in (
+        ({**dict.fromkeys(needs, 2), "BR2_PACKAGE_JANSSON": 0, "BR2_PACKAGE_TAVIO": 2}, [2, 2, 0],
          "tavio can be chosen, selects jansson, the http transport off by default"),
-        ({"BR2_PACKAGE_TAVIO_API_HTTP": 2}, 2, 2, 2, "the http transport can be chosen"),
-        ({"BR2_INSTALL_LIBSTDCPP": 0}, 0, 0, 0, "tavio needs C++")):
+        ({"BR2_PACKAGE_TAVIO_API_HTTP": 2}, [2, 2, 2], "the http transport can be chosen"),
+        ({"BR2_INSTALL_LIBSTDCPP": 0}, [0, 0, 0], "tavio needs C++")):
     for name, value in settings.items():
         kconf.syms[name].set_value(value)
-    if [kconf.syms["BR2_PACKAGE_" + name].tri_value for name in ("TAVIO", "JANSSON",
-                                                                 "TAVIO_API_HTTP")] != [
-            tavio, jansson, http]:
-        sys.exit("check_recipes: Buildroot Config.in: not as expected: " + what)
+    got = [kconf.syms["BR2_PACKAGE_" + name].tri_value
+           for name in ("TAVIO", "JANSSON", "TAVIO_API_HTTP")]
+    if kconf.warnings or got != expected:
+        sys.exit("check_recipes: Buildroot Config.in: "
+                 + ("; ".join(kconf.warnings) or "not as expected: " + what))
 PY
 
 echo "packaging: OpenWrt, Buildroot and Yocto recipes agree with version $version and the install"

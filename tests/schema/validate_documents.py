@@ -5,14 +5,12 @@
 
 KIND is one of KINDS, else each file's kind follows from its "type" and whether its body is
 under "req" or "resp". Exit status 1 when a file is not valid, 2 when the validator cannot be
-used. Documents().check_exchange(request, response) checks one exchange for the simulator
-cases and the emulator walk. The schemas are loaded from the one folder, never fetched.
+used. The schemas are loaded from the one folder, never fetched.
 """
 
 import argparse
 import collections
 import glob
-import importlib.metadata
 import json
 import os
 import sys
@@ -21,6 +19,11 @@ try:
     import jsonschema
 except ImportError:  # reported when a Documents is made
     jsonschema = None
+try:  # jsonschema 4.18 and later: references go through a registry, which fetches nothing
+    from referencing import Registry
+    from referencing.jsonschema import DRAFT202012
+except ImportError:
+    Registry = None
 
 SCHEMAS = os.path.normpath(os.path.join(os.path.dirname(os.path.abspath(__file__)),
                                         "..", "..", "schemas"))
@@ -50,11 +53,7 @@ def _validators(folder):
     missing = [kind for kind in KINDS if kind + ".schema.json" not in store]
     if missing:
         raise ValidatorMissing("no schema in %s for %s" % (folder, ", ".join(missing)))
-    release = importlib.metadata.version("jsonschema").split(".")
-    if (int(release[0]), int(release[1])) >= (4, 18):
-        # Since 4.18 references go through a registry, which never retrieves what it lacks.
-        from referencing import Registry  # pylint: disable=import-outside-toplevel
-        from referencing.jsonschema import DRAFT202012  # pylint: disable=import-outside-toplevel
+    if Registry is not None:
         registry = Registry().with_resources(
             (uri, DRAFT202012.create_resource(schema)) for uri, schema in store.items())
         options = {kind: {"registry": registry} for kind in KINDS}
