@@ -13,6 +13,7 @@
 #include "handlers/value_write.h"
 #include "platform/os.h"
 #include "protocol/json_get.h"
+#include "protocol/json_read.h"
 #include "protocol/json_text.h"
 #include "text/text_buffer.h"
 
@@ -56,7 +57,7 @@ JsonPtr load_request(const char* input_path) {
   if (!text) {
     return nullptr;
   }
-  return json_own(json_loadb(text->data(), text->size(), 0, nullptr));
+  return json_read(*text);
 }
 
 void report_written(bool written, const char* output_path) {

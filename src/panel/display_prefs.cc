@@ -10,6 +10,7 @@
 #include "platform/router_support.h"
 #include "protocol/json_build.h"
 #include "protocol/json_get.h"
+#include "protocol/json_read.h"
 #include "sources/outside_text.h"
 #include "tavio/panel_layout.h"
 #include "text/text_buffer.h"
@@ -87,8 +88,7 @@ PanelLayout load_font_settings(const char* serial, const PanelLayout& unreadable
   // Read like the other per-panel files: never through a link, within a bound, not waited on.
   const std::optional<std::string> text =
       path ? read_file_limited(*path, kFontSettingsMaxBytes, /*follow_links=*/false) : std::nullopt;
-  const JsonPtr saved =
-      text ? json_own(json_loadb(text->data(), text->size(), 0, nullptr)) : nullptr;
+  const JsonPtr saved = text ? json_read(*text) : nullptr;
   if (!saved) {
     return PanelLayout{};
   }

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "protocol/json_read.h"
 #include "text/utf8.h"
 
 namespace tavio {
@@ -20,10 +21,9 @@ json_t* json_member_by_id(const json_t* object, int id) {
 
 JsonPtr json_load_reply(std::string_view text) {
   if (utf8_well_formed(text)) {
-    return json_own(json_loadb(text.data(), text.size(), 0, nullptr));
+    return json_read(text);
   }
-  const std::string repaired = utf8_repaired(text);
-  return json_own(json_loadb(repaired.data(), repaired.size(), 0, nullptr));
+  return json_read(utf8_repaired(text));
 }
 
 const char* jget_string(const json_t* object, const char* key, const char* def) {

@@ -19,6 +19,7 @@
 namespace tavio {
 namespace {
 
+#ifndef TAVIO_KEEP_MALLOC
 // The largest menu of the example router and its replies take about 60 kilobytes of values.
 // Pages of the area that are never carved are never touched, so they cost no memory.
 constexpr std::size_t kAreaBytes = std::size_t{256} * 1024;
@@ -51,6 +52,7 @@ void drop(void* block) {
     g_last = kAreaBytes;
   }
 }
+#endif
 
 }  // namespace
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "protocol/json_build.h"
+#include "protocol/json_read.h"
 #include "protocol/json_text.h"
 #include "protocol/menu_items.h"
 #include "support.h"
@@ -29,6 +30,61 @@ TEST(JsonText, CompactWithOnlyTheEscapesJsonRequires) {
       "\"m\":[\"x\",true]}");
   EXPECT_EQ(written(nullptr), "(none)");
   EXPECT_EQ(written(json_own(json_string("x"))), "(none)");
+}
+
+// tavio's reader against Jansson's: the same texts accepted, the same values in the same order.
+TEST(JsonRead, ReadsWhatJanssonsReaderReads) {
+  const std::string deep = std::string(2047, '[') + "1" + std::string(2047, ']');
+  const std::string too_deep = "[" + deep + "]";
+  const std::string cases[] = {
+      " {\"b\":1,\"a\":[true,false,null,\"x\"],\"b\":2}\r\n\t",
+      "{\"e\\u00e9\":\"\\\"\\\\\\/\\b\\f\\n\\r\\t\\ud83d\\ude00 \xc3\xa9\"}",
+      "[0,-0,-12,3.5,1e2,2E-3,-1.5e+3,9223372036854775807,-9223372036854775808,1e-400]",
+      "[9223372036854775808]",
+      "[-9223372036854775809]",
+      "[1e400]",
+      "[01]",
+      "[1.]",
+      "[.5]",
+      "[-]",
+      "[1e]",
+      "[+1]",
+      "[\"\\u0000\"]",
+      "[\"\\ud83d\"]",
+      "[\"\\ude00\"]",
+      "[\"\\ud83d\\u0041\"]",
+      "[\"\\x\"]",
+      "[\"\\u12G4\"]",
+      "[\"a\tb\"]",
+      "[\"\xc3\"]",
+      "[\"\xed\xa0\x80\"]",
+      "[\"\xc0\xaf\"]",
+      "[\xc3\xa9]",
+      "[1,]",
+      "{\"a\":1,}",
+      "{\"a\" 1}",
+      "{1:2}",
+      "[1] x",
+      "[1]\0",
+      "[tru]",
+      "[truex]",
+      "[nul]",
+      "1",
+      "\"x\"",
+      "",
+      " ",
+      "[",
+      std::string("[\"a\0b\"]", 7),
+      deep,
+      too_deep};
+  for (const std::string& text : cases) {
+    const JsonPtr ours = json_read(text);
+    const JsonPtr theirs(json_loadb(text.data(), text.size(), 0, nullptr));
+    ASSERT_EQ(ours == nullptr, theirs == nullptr) << text.substr(0, 80);
+    if (ours) {
+      EXPECT_EQ(written(ours), written(theirs)) << text.substr(0, 80);
+    }
+  }
 }
 
 TEST(JsonBuild, ObjectsAreWholeOrNothingAndArraysLeaveOutWhatIsMissing) {
