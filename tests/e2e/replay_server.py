@@ -4,23 +4,21 @@ case's recorded replies exactly as sim/bin/wget_https maps them, and logs each r
 
     replay_server.py ROOT READY_FILE [--logged-port N] [--fault MODE] [--stats FILE]
 
-Listens on a free port of 127.0.0.1, writes it into READY_FILE once it accepts connections,
-and serves until SIGTERM: HTTP/1.1 replies with a Content-Length on kept connections, the
-body from ROOT/sim/api/ as the stand-in finds it (503 while TAVIO_SIM_API_DOWN is set or
-sim/api/DOWN exists, 404 for what is found nowhere). With TAVIO_STANDIN_LOG set, each request
-is appended to that file before it is answered, as "http METHOD http://127.0.0.1:N/api/PATH"
-(N: --logged-port, the port the case's files name) and the header and body lines the stand-in
-logs; a Host other than the real one, and any temporary file of tavio's in ROOT's run
-directory while a request is served, add a line of their own. --stats FILE: the number of
-connections accepted, rewritten after each.
+Listens on a free port of 127.0.0.1, written into READY_FILE once it accepts connections, and
+serves until SIGTERM: HTTP/1.1 with a Content-Length on kept connections, the body from
+ROOT/sim/api/ as the stand-in finds it (503 while TAVIO_SIM_API_DOWN is set or sim/api/DOWN
+exists, 404 for what is found nowhere). Each request is appended to TAVIO_STANDIN_LOG as
+"http METHOD http://127.0.0.1:N/api/PATH" (N: --logged-port, the port the case's files name)
+and the header and body lines the stand-in logs; a Host other than the real one, and any
+temporary file of tavio's in the run directory while a request is served, add a line of their
+own. --stats FILE: the number of connections accepted.
 
---fault MODE makes the server misbehave on every request (tests/robustness/http_faults.py):
-chunked (the reply in chunks of 7 bytes, each sent on its own), close ("Connection: close"
-and the close), close-idle (closed after each reply without a word), http10 (HTTP/1.0, ended
-by the close), reset-reused (a connection that carried a reply is reset at the next request),
-reset (reset at the first request), garbage (bytes that are no reply, then the close),
-truncated (a Content-Length 10 bytes past the body, then the close), status-300 (the reply
-whole, under a status just past the successful ones), stall (never answered).
+--fault MODE misbehaves on every request: chunked (chunks of 7 bytes, each sent on its own),
+close ("Connection: close" and the close), close-idle (closed after each reply without a
+word), http10 (HTTP/1.0, ended by the close), reset-reused (a connection that carried a reply
+is reset at the next request), reset (reset at the first request), garbage (no reply, then
+the close), truncated (a Content-Length 10 bytes past the body), status-300 (the reply whole,
+under a status just past the successful ones), stall (never answered).
 """
 import argparse
 import http.server
@@ -34,7 +32,6 @@ import threading
 MAX_BODY = 1024 * 1024
 FAULTS = ("chunked", "close", "close-idle", "http10", "reset-reused", "reset", "garbage",
           "truncated", "status-300", "stall")
-REASONS = {200: "OK", 404: "Not Found", 503: "Service Unavailable"}
 TEMPORARY = ("wget_ext_hdr_", "wget_input_", "wget_result_")
 
 
@@ -144,7 +141,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
     def send(self, fault, status, data):
         status = 300 if fault == "status-300" else status
-        head = "HTTP/1.1 %d %s\r\n" % (status, REASONS.get(status, "Status"))
+        head = "HTTP/1.1 %d %s\r\n" % (status, self.responses[status][0])
         out = self.wfile
         if fault == "chunked":
             out.write((head + "Transfer-Encoding: chunked\r\n\r\n").encode("latin-1"))
