@@ -35,28 +35,27 @@ FAULTS = ("chunked", "close", "close-idle", "http10", "reset-reused", "reset", "
 TEMPORARY = ("wget_ext_hdr_", "wget_input_", "wget_result_")
 
 
-class Replay:
-    def __init__(self, root, logged_port, fault, stats):
-        self.logged_port, self.fault, self.stats = logged_port, fault, stats
-        self.api = os.path.join(root, "sim", "api")
-        self.run_dir = os.path.join(root, "var", "run", "dorva", "tavio")
-        self.log = os.environ.get("TAVIO_STANDIN_LOG") or None
+class Server(http.server.ThreadingHTTPServer):
+    def __init__(self, args):
+        super().__init__(("127.0.0.1", 0), Handler)
+        self.args, self.port, self.fault = args, self.server_address[1], args.fault
+        self.api = os.path.join(args.root, "sim", "api")
+        self.run_dir = os.path.join(args.root, "var", "run", "dorva", "tavio")
+        self.log = os.environ.get("TAVIO_STANDIN_LOG")
         self.down = bool(os.environ.get("TAVIO_SIM_API_DOWN"))
-        self.lock = threading.Lock()
-        self.connections = self.port = 0
-        self.stopping = threading.Event()
+        self.lock, self.stopping, self.connections = threading.Lock(), threading.Event(), 0
 
     def accepted(self):
         with self.lock:
             self.connections += 1
-            if self.stats:
-                with open(self.stats, "w", encoding="ascii") as handle:
+            if self.args.stats:
+                with open(self.args.stats, "w", encoding="ascii") as handle:
                     handle.write("%d\n" % self.connections)
 
     def note(self, method, target, headers, body):
         if not self.log:
             return
-        lines = ["http %s http://127.0.0.1:%d%s" % (method, self.logged_port or self.port, target)]
+        lines = ["http %s http://127.0.0.1:%d%s" % (method, self.args.logged_port or self.port, target)]
         for name, value in headers:
             if name.lower() == "host":
                 if value != "127.0.0.1:%d" % self.port:
@@ -100,7 +99,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def setup(self):
         super().setup()
         self.served = 0
-        self.server.replay.accepted()
+        self.server.accepted()
         self.connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
 
     def log_message(self, *_):
@@ -113,10 +112,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
             pass  # reset, or given up by the client
 
     def do_GET(self):  # noqa: N802
-        replay, fault = self.server.replay, self.server.replay.fault
+        server, fault = self.server, self.server.fault
         length = int(self.headers.get("Content-Length") or 0)
         body = self.rfile.read(length) if 0 < length <= MAX_BODY else b""
-        replay.note(self.command, self.path, self.headers.items(), body)
+        server.note(self.command, self.path, self.headers.items(), body)
         self.close_connection = True  # unless the reply goes out whole below
         if self.request_version != "HTTP/1.1":
             return
@@ -127,10 +126,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
                                        struct.pack("ii", 1, 0))
             self.connection.close()
         elif fault == "stall":
-            replay.stopping.wait()
+            server.stopping.wait()
         else:
             try:
-                self.send(fault, *replay.answer(self.path))
+                self.send(fault, *server.answer(self.path))
             except OSError:
                 return  # the client gave up on the reply (a bound, a deadline)
             self.served += 1
@@ -169,20 +168,16 @@ def main(argv):
     parser.add_argument("--logged-port", type=int, default=0)
     parser.add_argument("--fault", choices=FAULTS)
     parser.add_argument("--stats")
-    args = parser.parse_args(argv)
-    replay = Replay(args.root, args.logged_port, args.fault, args.stats)
-    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-    server.replay = replay
-    replay.port = server.server_address[1]
+    server = Server(parser.parse_args(argv))
 
     def stop(*_):
-        replay.stopping.set()
+        server.stopping.set()
         threading.Thread(target=server.shutdown, daemon=True).start()
     signal.signal(signal.SIGTERM, stop)
     signal.signal(signal.SIGINT, stop)
-    with open(args.ready_file + ".part", "w", encoding="ascii") as handle:
-        handle.write("%d\n" % replay.port)
-    os.rename(args.ready_file + ".part", args.ready_file)
+    with open(server.args.ready_file + ".part", "w", encoding="ascii") as handle:
+        handle.write("%d\n" % server.port)
+    os.rename(server.args.ready_file + ".part", server.args.ready_file)
     server.serve_forever(poll_interval=0.1)
     server.server_close()
     return 0

@@ -38,64 +38,57 @@ CASES = [("chunked", "read", "served", "one"), ("chunked", "write", "served", "o
     for label in ("read", "write")]
 
 
-def exchange(top, tavio, name, fault, label, down=False):
-    """tavio on one request against a replay server with the fault: (answers, seconds taken,
-    the requests the server logged, the connections it accepted, what was left behind)."""
-    work = Path(top, name)
-    root, log, stats, ready = (work / n for n in ("root", "standin.log", "connections", "port"))
-    rundir = root / "var" / "run" / "dorva" / "tavio"
-    shutil.copytree(Path(REPO, "sim", "router"), root, symlinks=True)
-    rundir.mkdir(parents=True, exist_ok=True)
-    log.write_text("")
-    env = dict(os.environ, TAVIO_ROOT=root, TAVIO_STANDIN_LOG=log,
-               PATH=SIM_BIN + os.pathsep + os.environ.get("PATH", ""))
-    env.pop("TAVIO_SIM_API_DOWN", None)
-    env.update({"TAVIO_SIM_API_DOWN": "1"} if down else {})
-    server = subprocess.Popen([sys.executable, "-B", SERVER, root, ready, "--stats", stats]
-                              + (["--fault", fault] if fault else []), env=env,
-                              stdin=subprocess.DEVNULL)
-    try:
-        for _ in range(200):
-            if ready.exists():
-                break
-            time.sleep(0.05)
-        Path(root, "etc", "localhost_http_port").write_text(
-            "LOCAL_HTTP_PORT=%s\n" % ready.read_text().strip())
-        subprocess.run(["bash", Path(REPO, "tools", "check-standins"), SIM_BIN], env=env,
-                       check=True)
-        in_file, out_file = work / "request.json", work / "response.json"
-        in_file.write_text(json.dumps(REQUESTS[label]))
-        started = time.monotonic()
-        subprocess.run(tavio + ["-i", in_file, "-o", out_file], env=env, cwd=work, timeout=60,
-                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, check=True)
-        took = time.monotonic() - started
-    finally:
-        server.terminate()
-        server.wait(timeout=10)
-    logged = log.read_text().splitlines()
-    left = [n.name for n in rundir.glob("wget_*")] + [line for line in logged if "temporary" in line]
-    return (json.loads(out_file.read_text())["resp"]["list"], took,
-            [line for line in logged if line.startswith("http ")], int(stats.read_text()), left)
-
-
 def main(argv):
     if not argv:
         print(__doc__)
         return 2
     tavio = argv[1:] + [os.path.abspath(argv[0])]
-    top = tempfile.mkdtemp(prefix="tavio-http-faults.")
-    failures, runs = [], [0]
+    top = Path(tempfile.mkdtemp(prefix="tavio-http-faults."))
+    failures = []
 
     def expect(what, got, wanted):
         if got != wanted:
             failures.append("%s: %r, expected %r" % (what, got, wanted))
 
     def run(name, fault, label, down=False):
-        runs[0] += 1
-        answers, took, requests, connections, left = exchange(top, tavio, name, fault, label,
-                                                              down)
-        failures.extend("%s: temporary file %s" % (name, n) for n in left)
-        return answers, took, requests, connections
+        """tavio on one request against a replay server with the fault: (answers, seconds
+        taken, the requests the server logged, the connections it accepted)."""
+        work = top / name
+        root, log, stats, ready = (work / n for n in ("root", "standin.log", "connections", "port"))
+        shutil.copytree(Path(REPO, "sim", "router"), root, symlinks=True)
+        log.write_text("")
+        env = dict(os.environ, TAVIO_ROOT=root, TAVIO_STANDIN_LOG=log,
+                   PATH=SIM_BIN + os.pathsep + os.environ.get("PATH", ""))
+        env.pop("TAVIO_SIM_API_DOWN", None)
+        env.update({"TAVIO_SIM_API_DOWN": "1"} if down else {})
+        server = subprocess.Popen([sys.executable, "-B", SERVER, root, ready, "--stats", stats]
+                                  + (["--fault", fault] if fault else []), env=env,
+                                  stdin=subprocess.DEVNULL)
+        try:
+            for _ in range(200):
+                if ready.exists():
+                    break
+                time.sleep(0.05)
+            Path(root, "etc", "localhost_http_port").write_text(
+                "LOCAL_HTTP_PORT=%s\n" % ready.read_text().strip())
+            subprocess.run(["bash", Path(REPO, "tools", "check-standins"), SIM_BIN], env=env,
+                           check=True)
+            in_file, out_file = work / "request.json", work / "response.json"
+            in_file.write_text(json.dumps(REQUESTS[label]))
+            started = time.monotonic()
+            subprocess.run(tavio + ["-i", in_file, "-o", out_file], env=env, cwd=work,
+                           timeout=60, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                           check=True)
+            took = time.monotonic() - started
+        finally:
+            server.terminate()
+            server.wait(timeout=10)
+        logged = log.read_text().splitlines()
+        failures.extend("%s: temporary file %s" % (name, left) for left in
+                        [n.name for n in (root / "var" / "run" / "dorva" / "tavio").glob("wget_*")]
+                        + [line for line in logged if "temporary" in line])
+        return (json.loads(out_file.read_text())["resp"]["list"], took,
+                [line for line in logged if line.startswith("http ")], int(stats.read_text()))
 
     try:
         reference, calls = {}, {}
@@ -143,8 +136,8 @@ def main(argv):
         print("\n".join("FAIL " + failure for failure in failures))
         print("(kept %s)" % top)
         return 1
+    print("PASS: %d exchanges against a misbehaving API server" % len(list(top.iterdir())))
     shutil.rmtree(top, ignore_errors=True)
-    print("PASS: %d exchanges against a misbehaving API server" % runs[0])
     return 0
 
 
