@@ -4,23 +4,21 @@ case's recorded replies exactly as sim/bin/wget_https maps them, and logs each r
 
     replay_server.py ROOT READY_FILE [--logged-port N] [--fault MODE] [--stats FILE]
 
-Listens on a free port of 127.0.0.1, writes it into READY_FILE once it accepts connections,
-and serves until SIGTERM: HTTP/1.1 replies with a Content-Length on kept connections, the
-body from ROOT/sim/api/ as the stand-in finds it (503 while TAVIO_SIM_API_DOWN is set or
-sim/api/DOWN exists, 404 for what is found nowhere). With TAVIO_STANDIN_LOG set, each request
-is appended to that file before it is answered, as "http METHOD http://127.0.0.1:N/api/PATH"
-(N: --logged-port, the port the case's files name) and the header and body lines the stand-in
-logs; a Host other than the real one, and any temporary file of tavio's in ROOT's run
-directory while a request is served, add a line of their own. --stats FILE: the number of
-connections accepted, rewritten after each.
+Listens on a free port of 127.0.0.1, written into READY_FILE once it accepts connections, and
+serves until SIGTERM: HTTP/1.1 with a Content-Length on kept connections, the body from
+ROOT/sim/api/ as the stand-in finds it (503 while TAVIO_SIM_API_DOWN is set or sim/api/DOWN
+exists, 404 for what is found nowhere). Each request is appended to TAVIO_STANDIN_LOG as
+"http METHOD http://127.0.0.1:N/api/PATH" (N: --logged-port, the port the case's files name)
+and the header and body lines the stand-in logs; a Host other than the real one, and any
+temporary file of tavio's in the run directory while a request is served, add a line of their
+own. --stats FILE: the number of connections accepted.
 
---fault MODE makes the server misbehave on every request (tests/robustness/http_faults.py):
-chunked (the reply in chunks of 7 bytes, each sent on its own), close ("Connection: close"
-and the close), close-idle (closed after each reply without a word), http10 (HTTP/1.0, ended
-by the close), reset-reused (a connection that carried a reply is reset at the next request),
-reset (reset at the first request), garbage (bytes that are no reply, then the close),
-truncated (a Content-Length 10 bytes past the body, then the close), status-300 (the reply
-whole, under a status just past the successful ones), stall (never answered).
+--fault MODE misbehaves on every request: chunked (chunks of 7 bytes, each sent on its own),
+close ("Connection: close" and the close), close-idle (closed after each reply without a
+word), http10 (HTTP/1.0, ended by the close), reset-reused (a connection that carried a reply
+is reset at the next request), reset (reset at the first request), garbage (no reply, then
+the close), truncated (a Content-Length 10 bytes past the body), status-300 (the reply whole,
+under a status just past the successful ones), stall (never answered).
 """
 import argparse
 import http.server
@@ -34,32 +32,30 @@ import threading
 MAX_BODY = 1024 * 1024
 FAULTS = ("chunked", "close", "close-idle", "http10", "reset-reused", "reset", "garbage",
           "truncated", "status-300", "stall")
-REASONS = {200: "OK", 404: "Not Found", 503: "Service Unavailable"}
 TEMPORARY = ("wget_ext_hdr_", "wget_input_", "wget_result_")
 
 
-class Replay:
-    def __init__(self, root, logged_port, fault, stats):
-        self.logged_port, self.fault, self.stats = logged_port, fault, stats
-        self.api = os.path.join(root, "sim", "api")
-        self.run_dir = os.path.join(root, "var", "run", "dorva", "tavio")
-        self.log = os.environ.get("TAVIO_STANDIN_LOG") or None
+class Server(http.server.ThreadingHTTPServer):
+    def __init__(self, args):
+        super().__init__(("127.0.0.1", 0), Handler)
+        self.args, self.port, self.fault = args, self.server_address[1], args.fault
+        self.api = os.path.join(args.root, "sim", "api")
+        self.run_dir = os.path.join(args.root, "var", "run", "dorva", "tavio")
+        self.log = os.environ.get("TAVIO_STANDIN_LOG")
         self.down = bool(os.environ.get("TAVIO_SIM_API_DOWN"))
-        self.lock = threading.Lock()
-        self.connections = self.port = 0
-        self.stopping = threading.Event()
+        self.lock, self.stopping, self.connections = threading.Lock(), threading.Event(), 0
 
     def accepted(self):
         with self.lock:
             self.connections += 1
-            if self.stats:
-                with open(self.stats, "w", encoding="ascii") as handle:
+            if self.args.stats:
+                with open(self.args.stats, "w", encoding="ascii") as handle:
                     handle.write("%d\n" % self.connections)
 
     def note(self, method, target, headers, body):
         if not self.log:
             return
-        lines = ["http %s http://127.0.0.1:%d%s" % (method, self.logged_port or self.port, target)]
+        lines = ["http %s http://127.0.0.1:%d%s" % (method, self.args.logged_port or self.port, target)]
         for name, value in headers:
             if name.lower() == "host":
                 if value != "127.0.0.1:%d" % self.port:
@@ -103,7 +99,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def setup(self):
         super().setup()
         self.served = 0
-        self.server.replay.accepted()
+        self.server.accepted()
         self.connection.setsockopt(socket.IPPROTO_TCP, socket.TCP_NODELAY, 1)
 
     def log_message(self, *_):
@@ -116,10 +112,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
             pass  # reset, or given up by the client
 
     def do_GET(self):  # noqa: N802
-        replay, fault = self.server.replay, self.server.replay.fault
+        server, fault = self.server, self.server.fault
         length = int(self.headers.get("Content-Length") or 0)
         body = self.rfile.read(length) if 0 < length <= MAX_BODY else b""
-        replay.note(self.command, self.path, self.headers.items(), body)
+        server.note(self.command, self.path, self.headers.items(), body)
         self.close_connection = True  # unless the reply goes out whole below
         if self.request_version != "HTTP/1.1":
             return
@@ -130,10 +126,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
                                        struct.pack("ii", 1, 0))
             self.connection.close()
         elif fault == "stall":
-            replay.stopping.wait()
+            server.stopping.wait()
         else:
             try:
-                self.send(fault, *replay.answer(self.path))
+                self.send(fault, *server.answer(self.path))
             except OSError:
                 return  # the client gave up on the reply (a bound, a deadline)
             self.served += 1
@@ -144,7 +140,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
 
     def send(self, fault, status, data):
         status = 300 if fault == "status-300" else status
-        head = "HTTP/1.1 %d %s\r\n" % (status, REASONS.get(status, "Status"))
+        head = "HTTP/1.1 %d %s\r\n" % (status, self.responses[status][0])
         out = self.wfile
         if fault == "chunked":
             out.write((head + "Transfer-Encoding: chunked\r\n\r\n").encode("latin-1"))
@@ -172,20 +168,16 @@ def main(argv):
     parser.add_argument("--logged-port", type=int, default=0)
     parser.add_argument("--fault", choices=FAULTS)
     parser.add_argument("--stats")
-    args = parser.parse_args(argv)
-    replay = Replay(args.root, args.logged_port, args.fault, args.stats)
-    server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
-    server.replay = replay
-    replay.port = server.server_address[1]
+    server = Server(parser.parse_args(argv))
 
     def stop(*_):
-        replay.stopping.set()
+        server.stopping.set()
         threading.Thread(target=server.shutdown, daemon=True).start()
     signal.signal(signal.SIGTERM, stop)
     signal.signal(signal.SIGINT, stop)
-    with open(args.ready_file + ".part", "w", encoding="ascii") as handle:
-        handle.write("%d\n" % replay.port)
-    os.rename(args.ready_file + ".part", args.ready_file)
+    with open(server.args.ready_file + ".part", "w", encoding="ascii") as handle:
+        handle.write("%d\n" % server.port)
+    os.rename(server.args.ready_file + ".part", server.args.ready_file)
     server.serve_forever(poll_interval=0.1)
     server.server_close()
     return 0

@@ -6,19 +6,17 @@
 # A case holds args (one a line) and expected.stdout, and may hold request.json (copied to
 # @IN@), output.initial (an old response at @OUT@), work/ (copied into @WORK@), empty-root (no
 # sim/router), root/ (copied over the root), env (KEY=VALUE lines, not PATH), faketime (a
-# `date -d` moment the wall clock stands still at), uptime (seconds, given to sysinfo's
-# answer), expected.json (without it no response may be written) and expected.log (the
-# stand-ins' command log; without it none may run). @ROOT@ and @PID@ (tavio's process id in a
-# file name) are placeholders too. Every run also checks exit status 0, the stand-ins first on
-# PATH, and temporary files named after tavio's process id, none left behind. SKIP (77) when
-# libfaketime or a tracing strace is missing. TAVIO_UPDATE_GOLDEN=1 writes the run's results
-# as the expectations instead (review every changed file by hand).
+# `date -d` moment the wall clock stands still at), uptime (seconds sysinfo answers),
+# expected.json (without it no response may be written) and expected.log (the stand-ins'
+# command log; without it none may run). @ROOT@ and @PID@ (tavio's process id in a file name)
+# are placeholders too. Every run also checks exit status 0, the stand-ins first on PATH, and
+# temporary files named after tavio's process id, none left behind. SKIP (77) without
+# libfaketime or a tracing strace. TAVIO_UPDATE_GOLDEN=1 writes the results as the expectations.
 #
 # TAVIO_API_TRANSPORT=http: tavio speaks HTTP itself to replay_server.py, on a free port put
-# into the root's /etc/localhost_http_port. The server logs each request as "http METHOD URL"
-# with the port the case's files name and the lines the stand-in would log; expected.log's
-# wget_https lines are read in that form (POST with -f), and calls to another port reach no
-# server and are left out of both. Goldens come from the tool transport only.
+# into the root's /etc/localhost_http_port; the server logs each request as "http METHOD URL"
+# with the port the case's files name. expected.log's wget_https lines are read in that form
+# (POST with -f); calls to another port reach no server and are left out of both.
 set -euo pipefail
 
 die() { echo "run_case: $*" >&2; exit 2; }
@@ -26,9 +24,8 @@ skip() { echo "SKIP $name: $*"; exit 77; }
 
 [[ $# -ge 2 ]] || die "usage: run_case.sh CASE_DIR TAVIO_BINARY [EMULATOR...]"
 case_dir=$(cd "$1" && pwd) || die "no case directory $1"
-binary=$2
+binary=$(realpath "$2")
 shift 2
-[[ $binary == /* ]] || binary=$PWD/$binary
 [[ -x $binary ]] || die "no tavio binary at $binary"
 emulator=("$@")
 [[ $# -gt 0 || -z ${TAVIO_EMULATOR:-} ]] || read -r -a emulator <<<"$TAVIO_EMULATOR"
@@ -36,29 +33,22 @@ emulator=("$@")
 repo=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=tools/check-standins
 source "$repo/tools/check-standins"
-sim_bin=$repo/sim/bin
 name=$(basename "$case_dir")
 update=${TAVIO_UPDATE_GOLDEN:-}
+transport=${TAVIO_API_TRANSPORT:-tool}
 [[ -f $case_dir/args ]] || die "$name: no args file"
 [[ -f $case_dir/expected.stdout || -n $update ]] || die "$name: no expected.stdout"
-transport=${TAVIO_API_TRANSPORT:-tool}
 [[ $transport == @(tool|http) ]] || die "TAVIO_API_TRANSPORT must be tool or http"
 [[ $transport == tool || -z $update ]] || die "goldens are written with the tool transport"
 
 work=$(mktemp -d "${TMPDIR:-/tmp}/tavio-e2e.XXXXXX")
 server_pid=
-cleanup() {
-  [[ -z $server_pid ]] || { kill "$server_pid" 2>/dev/null; wait "$server_pid" 2>/dev/null; }
-  rm -rf "$work"
-}
-trap cleanup EXIT
+trap '[[ -z $server_pid ]] || kill "$server_pid" 2>/dev/null || true; wait; rm -rf "$work"' EXIT
 # tavio refuses a root with other characters; the case would not test what it says.
 [[ $work =~ ^[A-Za-z0-9/._-]+$ ]] || die "temporary directory $work is not a usable root"
 root=$work/root in_file=$work/request.json out_file=$work/response.json
-log_file=$work/standin.log
-rundir=$root/var/run/dorva/tavio
+log_file=$work/standin.log rundir=$work/root/var/run/dorva/tavio
 
-# The router tree and the case's files.
 mkdir -p "$root"
 [[ -e $case_dir/empty-root ]] || cp -a "$repo/sim/router/." "$root/"
 [[ ! -d $case_dir/root ]] || cp -a "$case_dir/root/." "$root/"
@@ -75,67 +65,48 @@ fill() {  # $1 with the placeholders replaced
   printf '%s' "${text//@WORK@/$work}"
 }
 args=()
-while IFS= read -r line || [[ -n $line ]]; do
-  args+=("$(fill "$line")")
-done <"$case_dir/args"
+while IFS= read -r line || [[ -n $line ]]; do args+=("$(fill "$line")"); done <"$case_dir/args"
 
 export TAVIO_ROOT=$root TAVIO_STANDIN_LOG=$log_file
 unset TAVIO_SIM_API_DOWN
-if [[ -f $case_dir/env ]]; then
-  while IFS= read -r line || [[ -n $line ]]; do
-    [[ -z $line || $line == \#* ]] && continue
-    [[ $line =~ ^[A-Za-z_][A-Za-z0-9_]*= ]] || die "$name: bad env line: $line"
-    [[ $line == PATH=* ]] && die "$name: env may not set PATH"
-    export "$(fill "$line")"
-  done <"$case_dir/env"
-fi
-export PATH=$sim_bin:$PATH
-# Nothing that changes the machine may be reachable: each command must be the stand-in.
-if ! check_standins "$sim_bin"; then
-  echo "FAIL $name: the stand-ins of $sim_bin do not come first on PATH"
-  exit 1
-fi
+while IFS= read -r line || [[ -n $line ]]; do
+  [[ -z $line || $line == \#* ]] && continue
+  [[ $line =~ ^[A-Za-z_][A-Za-z0-9_]*= && $line != PATH=* ]] || die "$name: bad env line: $line"
+  export "$(fill "$line")"
+done < <(cat "$case_dir/env" 2>/dev/null)
+export PATH=$repo/sim/bin:$PATH
+check_standins "$repo/sim/bin" || { echo "FAIL $name: the stand-ins do not come first on PATH"; exit 1; }
 
 # The local API over HTTP, on the port tavio would take from the file; without one (then 80)
 # the file stays as it is.
 logged_port=
 if [[ $transport == http ]]; then
   port_file=$root/etc/localhost_http_port
-  if [[ -f $port_file ]]; then
-    logged_port=$(sed -n 's/^LOCAL_HTTP_PORT="\{0,1\}\([1-9][0-9]*\)"\{0,1\}$/\1/p' \
-      "$port_file" | tail -n 1)
-  fi
+  [[ ! -f $port_file ]] || logged_port=$(sed -n \
+    's/^LOCAL_HTTP_PORT="\{0,1\}\([1-9][0-9]*\)"\{0,1\}$/\1/p' "$port_file" | tail -n 1)
   python3 -B "$repo/tests/e2e/replay_server.py" "$root" "$work/server.port" \
     ${logged_port:+--logged-port "$logged_port"} </dev/null &
   server_pid=$!
-  for _ in $(seq 100); do
-    [[ -s $work/server.port ]] && break
-    sleep 0.05
-  done
+  for _ in $(seq 100); do [[ -s $work/server.port ]] && break; sleep 0.05; done
   [[ -s $work/server.port ]] || die "$name: the replay server did not start"
   [[ -z $logged_port ]] ||
     sed -i "s/^LOCAL_HTTP_PORT=.*/LOCAL_HTTP_PORT=$(<"$work/server.port")/" "$port_file"
 fi
 
-# The clock and the uptime, set from outside tavio, also under an emulator. The wall clock:
-# libfaketime, preloaded into tavio or into an emulator that is itself a dynamically linked
-# program (valgrind hands it on; qemu-arm makes the guest's clock calls through its own C
-# library). A sanitized tavio wants its runtime loaded first; libfaketime only adds calls.
+# The wall clock: libfaketime, preloaded into tavio or into an emulator that is itself a
+# dynamically linked program (valgrind hands it on; qemu-arm makes the guest's clock calls
+# through its own C library). A sanitized tavio wants its runtime loaded first.
 clock=()
 if [[ -f $case_dir/faketime ]]; then
-  faketime_lib=
-  for candidate in /usr/lib/"$(uname -m)"-linux-*/faketime/libfaketime.so.1; do
-    [[ -e $candidate ]] && { faketime_lib=$candidate; break; }
-  done
-  [[ -n $faketime_lib ]] || skip "libfaketime is not installed"
+  faketime_lib=$(compgen -G "/usr/lib/$(uname -m)-linux-*/faketime/libfaketime.so.1" | head -n 1) ||
+    skip "libfaketime is not installed"
   moment=$(date -u -d "$(<"$case_dir/faketime")" +%s) || die "$name: faketime: not a time"
   clock=(env "LD_PRELOAD=$faketime_lib" FAKETIME_FMT=%s "FAKETIME=$moment")
   export ASAN_OPTIONS=${ASAN_OPTIONS:+$ASAN_OPTIONS:}verify_asan_link_order=0
 fi
 # The uptime: strace overwrites the first field of sysinfo's answer (a long of the build
-# machine) as the call returns, also when valgrind or qemu-arm makes it. (A time namespace's
-# boot-time offset keeps the clock running: the figure would depend on the load.) LeakSanitizer
-# cannot work in a traced process; valgrind checks these runs for leaks.
+# machine) as the call returns, also when valgrind or qemu-arm makes it (a time namespace's
+# boot-time offset keeps the clock running). LeakSanitizer cannot work in a traced process.
 uptime_hook=()
 if [[ -f $case_dir/uptime ]]; then
   uptime=$(<"$case_dir/uptime")
@@ -152,8 +123,8 @@ if [[ -f $case_dir/uptime ]]; then
 fi
 
 # The run is over when the last process tavio started has ended (its background actions run
-# on after it exits), 15 s after tavio at most. tavio's process id goes into the pid file: an
-# emulator execs tavio or runs it in its own process, as valgrind and qemu-arm do.
+# on after it exits), 15 s after tavio at most. An emulator execs tavio or runs it in its own
+# process (valgrind, qemu-arm): the pid file holds tavio's process id either way.
 cd "$work"
 status=0
 "${uptime_hook[@]}" python3 "$repo/tests/e2e/await_all.py" 15 "$work/pid" \
@@ -161,11 +132,8 @@ status=0
   >"$work/stdout" 2>"$work/stderr" </dev/null || status=$?
 [[ -s $work/pid ]] || die "$name: tavio was not started (exit status $status)"
 pid=$(<"$work/pid")
-# The run's own paths and process id back into placeholders.
-for file in "$work/stdout" "$log_file"; do
-  sed -i -e "s|$out_file|@OUT@|g" -e "s|$in_file|@IN@|g" -e "s|$root|@ROOT@|g" \
-    -e "s|$work|@WORK@|g" -e "s|_$pid\\.|_@PID@.|g" "$file"
-done
+sed -i -e "s|$out_file|@OUT@|g" -e "s|$in_file|@IN@|g" -e "s|$root|@ROOT@|g" \
+  -e "s|$work|@WORK@|g" -e "s|_$pid\\.|_@PID@.|g" "$work/stdout" "$log_file"
 
 if [[ -n $update ]]; then
   cp "$work/stdout" "$case_dir/expected.stdout"
@@ -186,16 +154,14 @@ compare() {  # WHAT EXPECTED ACTUAL; a response on one line is shown one line pe
 }
 
 [[ $status -eq 0 ]] || fail "exit status $status, expected 0"
-# tavio names its temporary files after its process id, which became @PID@ above: digits left
-# there mean the files were named after another process, or the wrong process id was taken.
+# Digits left where @PID@ should be: files named after another process than tavio.
 if other=$(grep -ohE 'wget_[a-z_]+_[0-9]+\.[a-z]+' "$work/stdout" "$log_file"); then
   fail "temporary files named after another process than tavio's ($pid): $(sort -u <<<"$other" | tr '\n' ' ')"
 fi
 compare "standard output" "$case_dir/expected.stdout" "$work/stdout"
-if [[ -f $case_dir/expected.json && -f $out_file ]]; then
-  compare "response file" "$case_dir/expected.json" "$out_file"
-elif [[ -f $case_dir/expected.json ]]; then
-  fail "no response file written"
+if [[ -f $case_dir/expected.json ]]; then
+  [[ -f $out_file ]] || fail "no response file written"
+  [[ ! -f $out_file ]] || compare "response file" "$case_dir/expected.json" "$out_file"
 elif [[ -e $out_file ]]; then
   fail "a response file was written: $(head -c 300 "$out_file")"
 fi

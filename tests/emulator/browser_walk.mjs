@@ -1,11 +1,6 @@
 // The browser version's hands and eyes for drive.py: tools/panel-emu --browser in Debian's
 // Chromium, driven through playwright-core. Reads one JSON command a line on standard input
-// and answers each with one JSON line, {"ok": RESULT} or {"error": TEXT}:
-//   ["start", ROOT, ARGS...]   a bridge on ROOT (the last one stopped), the page loaded
-//   ["keys", KEY...]           by keyboard; keypad characters by their buttons
-//   ["screen"]                 {width, rows, cursor, below} as the page draws them
-//   ["status"]                 the status line's first part
-//   ["screenshot", FILE]       a picture of the device
+// (the names of `commands` below) and answers each with {"ok": RESULT} or {"error": TEXT}.
 //
 //   node browser_walk.mjs TAVIO WORK_DIR      (WORK_DIR holds the browser profile)
 import { spawn } from "node:child_process";
@@ -37,7 +32,7 @@ function startBridge(args) {
 }
 
 function stopBridge() {
-  if (bridge && bridge.exitCode === null) bridge.kill("SIGTERM");
+  if (bridge?.exitCode === null) bridge.kill("SIGTERM");
   bridge = null;
 }
 
@@ -69,19 +64,20 @@ const browser = await chromium.launchPersistentContext(mkdtempSync(join(work, "p
 });
 const page = browser.pages()[0] || await browser.newPage();
 const commands = {
+  // a bridge on ROOT (the last one stopped), the page loaded
   async start(root, ...args) {
     stopBridge();
     await page.goto(await startBridge(["--root", root, ...args]));
     await page.waitForSelector("#grid .row");
   },
-  async keys(...keys) {
+  async keys(...keys) {  // by keyboard; keypad characters by their buttons
     for (const key of keys) {
       if (KEYS[key]) await page.keyboard.press(KEYS[key]);
       else await page.click(`#keypad button[data-key="${key}"]`);
     }
   },
-  screen: () => screen(page),
-  async status() {
+  screen: () => screen(page),  // {width, rows, cursor, below} as the page draws them
+  async status() {  // the status line's first part
     await screen(page);
     return (await page.textContent("#status")).split(" | ")[0];
   },

@@ -17,6 +17,7 @@ import subprocess
 import sys
 import tempfile
 import time
+from pathlib import Path
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 REPO = os.path.abspath(os.path.join(HERE, "..", ".."))
@@ -53,8 +54,7 @@ class WalkDriver(Driver):
         self.stop()
         self.clock = panel.VirtualClock()
         options = cli.parse_args(args + ["--root", root, "--tavio", self.tavio])
-        self.environment = exchange.Environment(tavio=options.tavio, root=root,
-                                                bin_dir=options.bin)
+        self.environment = exchange.Environment(tavio=self.tavio, root=root, bin_dir=options.bin)
         self.panel = cli.make_panel(options, self.environment, self.clock)
         self.panel.tavio.check = self.documents.check_exchange
         self.panel.start()
@@ -179,20 +179,16 @@ class BrowserDriver(Driver):
 
 
 def golden(name, grid):
-    path = os.path.join(HERE, "golden", name + ".grid")
+    path = Path(HERE, "golden", name + ".grid")
     if os.environ.get("EMULATOR_UPDATE_GOLDEN"):
-        with open(path, "w", encoding="utf-8") as f:
-            f.write("\n".join(grid) + "\n")
-    with open(path, encoding="utf-8") as f:
-        return f.read().splitlines() == grid
+        path.write_text("\n".join(grid) + "\n")
+    return path.read_text().splitlines() == grid
 
 
 def walk(driver, work, screenshot):
     """The scenario's steps on the driver; the number of checks made."""
     root, checks = None, 0
-    with open(os.path.join(HERE, "walk.scenario"), encoding="utf-8") as f:
-        lines = list(enumerate(f.read().splitlines(), 1))
-    for number, line in lines:
+    for number, line in enumerate(Path(HERE, "walk.scenario").read_text().splitlines(), 1):
         if not line.strip() or line.startswith("#"):
             continue
         word, _, rest = line.partition(" ")
@@ -215,7 +211,7 @@ def walk(driver, work, screenshot):
         elif word == "polls":
             driver.polls(int(rest))
         elif word == "fault" and rest == "api-down":
-            open(os.path.join(root, "sim", "api", "DOWN"), "w").close()
+            Path(root, "sim", "api", "DOWN").touch()
         elif word == "screenshot":
             if screenshot:
                 driver.screenshot(screenshot)

@@ -3,9 +3,8 @@
 #
 #   run_browser.sh TAVIO [SCREENSHOT.png]
 #
-# Needs node, Debian's Chromium (/usr/bin/chromium) and the npm package playwright-core,
-# installed by `npm ci` into tests/emulator/node_modules when it is not there yet. Exit status
-# 77 (skipped) when one of them cannot be had.
+# Needs node, Debian's Chromium and playwright-core (`npm ci` into node_modules when missing);
+# exit status 77 (skipped) when one of them cannot be had.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)

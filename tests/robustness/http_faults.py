@@ -15,6 +15,7 @@ import subprocess
 import sys
 import tempfile
 import time
+from pathlib import Path
 
 REPO = os.path.normpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
 SIM_BIN = os.path.join(REPO, "sim", "bin")
@@ -37,75 +38,57 @@ CASES = [("chunked", "read", "served", "one"), ("chunked", "write", "served", "o
     for label in ("read", "write")]
 
 
-def exchange(top, tavio, name, fault, label, down=False):
-    """tavio on one request against a replay server with the fault: (answers, seconds taken,
-    the requests the server logged, the connections it accepted, what was left behind)."""
-    work = os.path.join(top, name)
-    root, log, stats = (os.path.join(work, n) for n in ("root", "standin.log", "connections"))
-    rundir = os.path.join(root, "var", "run", "dorva", "tavio")
-    shutil.copytree(os.path.join(REPO, "sim", "router"), root, symlinks=True)
-    os.makedirs(rundir, exist_ok=True)
-    open(log, "w", encoding="utf-8").close()
-    env = dict(os.environ, TAVIO_ROOT=root, TAVIO_STANDIN_LOG=log,
-               PATH=SIM_BIN + os.pathsep + os.environ.get("PATH", ""))
-    env.pop("TAVIO_SIM_API_DOWN", None)
-    if down:
-        env["TAVIO_SIM_API_DOWN"] = "1"
-    ready = os.path.join(work, "port")
-    server = subprocess.Popen([sys.executable, "-B", SERVER, root, ready, "--stats", stats]
-                              + (["--fault", fault] if fault else []), env=env,
-                              stdin=subprocess.DEVNULL)
-    try:
-        for _ in range(200):
-            if os.path.exists(ready):
-                break
-            time.sleep(0.05)
-        with open(ready, encoding="ascii") as handle:
-            port = handle.read().strip()
-        with open(os.path.join(root, "etc", "localhost_http_port"), "w", encoding="ascii") as out:
-            out.write("LOCAL_HTTP_PORT=%s\n" % port)
-        if subprocess.run(["bash", os.path.join(REPO, "tools", "check-standins"), SIM_BIN],
-                          env=env, check=False).returncode != 0:
-            raise RuntimeError("the stand-ins of %s do not come first on PATH" % SIM_BIN)
-        in_file, out_file = os.path.join(work, "request.json"), os.path.join(work, "response.json")
-        with open(in_file, "w", encoding="utf-8") as handle:
-            json.dump(REQUESTS[label], handle)
-        started = time.monotonic()
-        subprocess.run(tavio + ["-i", in_file, "-o", out_file], env=env, cwd=work, timeout=60,
-                       stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, check=True)
-        took = time.monotonic() - started
-    finally:
-        server.terminate()
-        server.wait(timeout=10)
-    with open(out_file, encoding="utf-8") as handle:
-        answers = json.load(handle)["resp"]["list"]
-    with open(log, encoding="utf-8") as handle:
-        logged = handle.readlines()
-    with open(stats, encoding="ascii") as handle:
-        connections = int(handle.read())
-    left = [n for n in os.listdir(rundir) if n.startswith("wget_")]
-    left += [line.strip() for line in logged if "temporary" in line]
-    return answers, took, [line for line in logged if line.startswith("http ")], connections, left
-
-
 def main(argv):
     if not argv:
         print(__doc__)
         return 2
     tavio = argv[1:] + [os.path.abspath(argv[0])]
-    top = tempfile.mkdtemp(prefix="tavio-http-faults.")
-    failures, runs = [], [0]
+    top = Path(tempfile.mkdtemp(prefix="tavio-http-faults."))
+    failures = []
 
     def expect(what, got, wanted):
         if got != wanted:
             failures.append("%s: %r, expected %r" % (what, got, wanted))
 
     def run(name, fault, label, down=False):
-        runs[0] += 1
-        answers, took, requests, connections, left = exchange(top, tavio, name, fault, label,
-                                                              down)
-        failures.extend("%s: temporary file %s" % (name, n) for n in left)
-        return answers, took, requests, connections
+        """tavio on one request against a replay server with the fault: (answers, seconds
+        taken, the requests the server logged, the connections it accepted)."""
+        work = top / name
+        root, log, stats, ready = (work / n for n in ("root", "standin.log", "connections", "port"))
+        shutil.copytree(Path(REPO, "sim", "router"), root, symlinks=True)
+        log.write_text("")
+        env = dict(os.environ, TAVIO_ROOT=root, TAVIO_STANDIN_LOG=log,
+                   PATH=SIM_BIN + os.pathsep + os.environ.get("PATH", ""))
+        env.pop("TAVIO_SIM_API_DOWN", None)
+        env.update({"TAVIO_SIM_API_DOWN": "1"} if down else {})
+        server = subprocess.Popen([sys.executable, "-B", SERVER, root, ready, "--stats", stats]
+                                  + (["--fault", fault] if fault else []), env=env,
+                                  stdin=subprocess.DEVNULL)
+        try:
+            for _ in range(200):
+                if ready.exists():
+                    break
+                time.sleep(0.05)
+            Path(root, "etc", "localhost_http_port").write_text(
+                "LOCAL_HTTP_PORT=%s\n" % ready.read_text().strip())
+            subprocess.run(["bash", Path(REPO, "tools", "check-standins"), SIM_BIN], env=env,
+                           check=True)
+            in_file, out_file = work / "request.json", work / "response.json"
+            in_file.write_text(json.dumps(REQUESTS[label]))
+            started = time.monotonic()
+            subprocess.run(tavio + ["-i", in_file, "-o", out_file], env=env, cwd=work,
+                           timeout=60, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                           check=True)
+            took = time.monotonic() - started
+        finally:
+            server.terminate()
+            server.wait(timeout=10)
+        logged = log.read_text().splitlines()
+        failures.extend("%s: temporary file %s" % (name, left) for left in
+                        [n.name for n in (root / "var" / "run" / "dorva" / "tavio").glob("wget_*")]
+                        + [line for line in logged if "temporary" in line])
+        return (json.loads(out_file.read_text())["resp"]["list"], took,
+                [line for line in logged if line.startswith("http ")], int(stats.read_text()))
 
     try:
         reference, calls = {}, {}
@@ -153,8 +136,8 @@ def main(argv):
         print("\n".join("FAIL " + failure for failure in failures))
         print("(kept %s)" % top)
         return 1
+    print("PASS: %d exchanges against a misbehaving API server" % len(list(top.iterdir())))
     shutil.rmtree(top, ignore_errors=True)
-    print("PASS: %d exchanges against a misbehaving API server" % runs[0])
     return 0
 
 

@@ -18,11 +18,9 @@ conf=usr/local/velto/conf
 # Only what the saves read: a kill test starts from a fresh root hundreds of times.
 fresh_root() {
   rm -rf "$work/root"
-  mkdir -p "$work/root/$rundir" "$work/root/$conf" "$work/root/etc"
-  cp -a "$repo/sim/router/$conf/." "$work/root/$conf/"
-  cp -a "$repo/sim/router/$rundir/." "$work/root/$rundir/"
-  cp -a "$repo/sim/router/etc/corvane_interface_speed" "$repo/sim/router/etc/tavio-host" \
-    "$work/root/etc/"
+  mkdir "$work/root"
+  (cd "$repo/sim/router" && cp -a --parents "$conf" "$rundir" etc/corvane_interface_speed \
+    etc/tavio-host "$work/root/")
   printf '{"sz": 2, "ln": 3, "ch": 16}' >"$work/root/$rundir/mmi_font_settings_PNL-OUT.json"
   echo '{"old":1}' >"$work/root/out.json"
 }
@@ -49,14 +47,17 @@ for save in "${saves[@]}"; do
   IFS='|' read -r name files args request <<<"$save"
   printf '%s\n' "$request" >"$work/request.json"
   read -r -a extra <<<"$args"
+  read -r -a files <<<"$files"
   tavio=("${emulator[@]}" "$binary" "${extra[@]}" -i "$work/request.json" -o "$work/root/out.json")
   # What each file holds before and after a save that runs to its end.
   fresh_root
-  for file in $files; do cp "$work/root/$file" "$work/old.${file//\//_}"; done
+  rm -rf "$work/old" "$work/new"
+  mkdir "$work/old" "$work/new"
+  (cd "$work/root" && cp --parents "${files[@]}" "$work/old/")
   run_tavio "${tavio[@]}"
-  for file in $files; do
-    cp "$work/root/$file" "$work/new.${file//\//_}"
-    cmp -s "$work/old.${file//\//_}" "$work/new.${file//\//_}" && fail "$name: $file did not change"
+  (cd "$work/root" && cp --parents "${files[@]}" "$work/new/")
+  for file in "${files[@]}"; do
+    ! cmp -s "$work/old/$file" "$work/new/$file" || fail "$name: $file did not change"
   done
   [[ ${#emulator[@]} -eq 0 ]] || continue
   fresh_root
@@ -66,16 +67,13 @@ for save in "${saves[@]}"; do
   calls=0
   for kind in "${kinds[@]}"; do
     read -r syscall count <<<"$kind"
-    for ((n = 1; n <= count; n++)); do
-      calls=$((calls + 1))
+    for ((n = 1; n <= count; n++, calls++)); do
       fresh_root
       run_tavio strace -qq -o /dev/null -e trace=%file,%desc \
         -e inject="$syscall":signal=KILL:when=$n "${tavio[@]}"
-      for file in $files; do
-        if ! same "$work/root/$file" "$work/old.${file//\//_}" &&
-          ! same "$work/root/$file" "$work/new.${file//\//_}"; then
+      for file in "${files[@]}"; do
+        same "$work/root/$file" "$work/old/$file" || same "$work/root/$file" "$work/new/$file" ||
           fail "$name: killed at $syscall $n, $file is neither old nor new: $(head -c 200 "$work/root/$file" 2>&1)"
-        fi
       done
       # A later save finishes the job and leaves nothing of the killed one.
       find "$work/root" -name '*.tavio-save.*' -exec touch -d '1 hour ago' {} +

@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
+# shellcheck disable=SC2016  # the stand-ins' own variables, expanded when they run
 # The router's tools misbehaving: one that never answers, one that writes without end, one
 # first on PATH that cannot be executed, an API slow enough to spend the exchange's budget, and
-# tavio itself killed while it waits. Each exchange must end in bounded
-# time with the answers of a failed tool, leave no process of the run behind, and write nothing
-# but its response. A caller that blocks or ignores signals changes nothing, and the tools
-# start with default signal dispositions and no mask.
+# tavio itself killed while it waits. Each exchange must end in bounded time with the answers
+# of a failed tool, leave no process of the run behind, and write nothing but its response. A
+# caller that blocks or ignores signals changes nothing: the tools start with default signal
+# dispositions and no mask.
 #
 #   tools.sh TAVIO_BINARY [EMULATOR...]
 # shellcheck source=tests/robustness/common.sh
@@ -14,18 +15,15 @@ source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 
 # Stand-ins that misbehave. Each notes its own process id and that of the child it starts, so
 # the checks can tell whether anything of the run is still alive.
-# shellcheck disable=SC2016  # the stand-ins' own variables, expanded when they run
 hang='#!/bin/sh
 echo "$$" >>"$TAVIO_ROOT/pids"
 sleep 600 &
 echo "$!" >>"$TAVIO_ROOT/pids"
 wait'
-# shellcheck disable=SC2016
 slow_api='#!/bin/sh
 echo "$*" >>"$TAVIO_ROOT/calls"
 sleep 11
 exit 1'
-# shellcheck disable=SC2016
 flood='#!/bin/sh
 echo "$$" >>"$TAVIO_ROOT/pids"
 exec yes "{\"list\": ["'
@@ -35,15 +33,12 @@ read_three='{"type":"valueRead","req":{"list":[{"k":"cpuload"},{"k":"wans_throug
 # setup NAME REQUEST [TOOL SCRIPT]...: a root copied from the example router, the request, and
 # a stand-in folder holding sim/bin's stand-ins, with the named tools replaced by scripts.
 setup() {
-  local dir=$work/$1 tool
+  local dir=$work/$1
   mkdir -p "$dir/root" "$dir/bin"
   cp -a "$repo/sim/router/." "$dir/root/"
-  mkdir -p "$dir/root/var/run/dorva/tavio"
+  ln -s "$repo"/sim/bin/* "$dir/bin/"
   printf '%s\n' "$2" >"$dir/request.json"
   shift 2
-  for tool in reboot restoreconfig saveconfig activate wget_https capwap_cli; do
-    ln -s "$repo/sim/bin/$tool" "$dir/bin/$tool"
-  done
   while [[ $# -gt 0 ]]; do
     rm "$dir/bin/$1"
     printf '%s\n' "$2" >"$dir/bin/$1"
@@ -140,9 +135,7 @@ broken=$work/broken
 mkdir -p "$broken/root" "$broken/first" "$broken/later"
 cp -a "$repo/sim/router/." "$broken/root/"
 for tool in reboot restoreconfig saveconfig activate wget_https capwap_cli sleep; do
-  # shellcheck disable=SC2016  # the stand-ins' own variables
   printf '#!/bin/sh\necho "later $0" >>"$TAVIO_ROOT/ran"\n' >"$broken/later/$tool"
-  # shellcheck disable=SC2016
   printf '#!/bin/sh\r\necho "first $0" >>"$TAVIO_ROOT/ran"\r\n' >"$broken/first/$tool"
 done
 printf '#!/no/such/interpreter\n' >"$broken/first/reboot"

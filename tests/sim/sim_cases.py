@@ -20,6 +20,7 @@ import subprocess
 import sys
 import tempfile
 import time
+from pathlib import Path
 
 REPO = os.path.normpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
 sys.path.insert(0, os.path.join(REPO, "tests", "schema"))
@@ -96,85 +97,73 @@ def main(argv):
         return 77
     name, command = argv[0], argv[2:] + [os.path.abspath(argv[1])]  # the emulator first
     signal.signal(signal.SIGTERM, lambda *_: sys.exit(1))  # still stops the simulator
-    work = tempfile.mkdtemp(prefix="tavio-sim.")
-    root, log = os.path.join(work, "root"), os.path.join(work, "standin.log")
-    rundir = os.path.join(root, "var", "run", "dorva", "tavio")
+    work = Path(tempfile.mkdtemp(prefix="tavio-sim."))
+    root, log, in_file, out_file = (work / n for n in ("root", "standin.log", "in.json", "out.json"))
     env = dict(os.environ, TAVIO_ROOT=root, TAVIO_STANDIN_LOG=log,
                PATH=LIVE_BIN + os.pathsep + os.environ.get("PATH", ""))
     env.pop("TAVIO_SIM_API_DOWN", None)
     env.pop("SIM_WGET_TIMEOUT", None)
-    if name == "slow-reply":
-        env["SIM_WGET_TIMEOUT"] = "1"  # the reply takes 6 s
-    documents, failures, took = validate_documents.Documents(), [], [0.0]
+    env.update({"SIM_WGET_TIMEOUT": "1"} if name == "slow-reply" else {})  # the reply takes 6 s
+    documents, failures, took = validate_documents.Documents(), [], 0.0
 
     def simctl(*args):
-        done = subprocess.run([sys.executable, SIMCTL, args[0], root] + list(args[1:]),
+        done = subprocess.run([sys.executable, SIMCTL, args[0], root, *args[1:]],
                               capture_output=True, text=True, timeout=30, check=False)
         if done.returncode != 0:
             raise RuntimeError("simctl %s: %s" % (" ".join(args), done.stderr.strip()))
 
-    def exchange(request):
+    def exchange(kind, items):
         """The answers of tavio's response, as (key, text, write status) each."""
-        if subprocess.run(["bash", os.path.join(REPO, "tools", "check-standins"), LIVE_BIN],
-                          env=env, check=False).returncode != 0:
-            raise RuntimeError("the stand-ins of %s do not come first on PATH" % LIVE_BIN)
-        in_file, out_file = os.path.join(work, "in.json"), os.path.join(work, "out.json")
-        with open(in_file, "w", encoding="utf-8") as handle:
-            json.dump(request, handle)
-        if os.path.exists(out_file):
-            os.remove(out_file)
+        nonlocal took
+        subprocess.run(["bash", Path(REPO, "tools", "check-standins"), LIVE_BIN], env=env,
+                       check=True)
+        request = {"type": kind, "req": {"list": items}}
+        in_file.write_text(json.dumps(request))
+        out_file.unlink(missing_ok=True)
         started = time.monotonic()
         subprocess.run(command + ["-i", in_file, "-o", out_file], env=env, cwd=work,
                        stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, timeout=60, check=True)
-        took[0] = time.monotonic() - started
-        with open(out_file, encoding="utf-8") as handle:
-            response = json.load(handle)
+        took = time.monotonic() - started
+        response = json.loads(out_file.read_text())
         documents.check_exchange(request, response)
         return [(item["k"], item["v"], item.get("status")) for item in response["resp"]["list"]]
 
-    def step(kind, *args):
-        if kind == "ctl":
-            simctl(*args[0])
-        elif kind == "read":
-            shown = {key: text for key, text, _ in exchange(
-                {"type": "valueRead", "req": {"list": [{"k": k} for k in args[0]]}})}
-            failures.extend("read %s: %r, expected %r" % (key, shown.get(key), expected)
-                            for key, expected in args[0].items() if shown.get(key) != expected)
-        elif kind == "write":
-            key, sent, shown, status = args
-            got = exchange({"type": "valueWrite", "req": {"list": [{"k": key, "v": sent}]}})
-            if got != [(key, shown, status)]:
-                failures.append("write: %r, expected %r" % (got, [(key, shown, status)]))
-        else:
-            path = log if kind == "log" else os.path.join(root, "sim", "state", "events.log")
-            with open(path, encoding="utf-8") as handle:
-                lines = handle.read().splitlines()
-            if not any(line == args[0] or line.endswith(" " + args[0]) for line in lines):
-                failures.append("%s has no line %r" % (os.path.basename(path), args[0]))
-
-    started = False
     try:
-        shutil.copytree(os.path.join(REPO, "sim", "router"), root, symlinks=True)
-        os.makedirs(rundir, exist_ok=True)
-        open(log, "w", encoding="utf-8").close()
+        shutil.copytree(Path(REPO, "sim", "router"), root, symlinks=True)
+        log.write_text("")
         simctl("start", "--scenario", SCENARIO, "--lifetime", "300")
-        started = True
         for kind, *args in CASES[name]:
-            step(kind, *args)
-        if name == "slow-reply" and (took[0] >= 5) != OVER_HTTP:
+            if kind == "ctl":
+                simctl(*args[0])
+            elif kind == "read":
+                shown = {key: text for key, text, _ in
+                         exchange("valueRead", [{"k": k} for k in args[0]])}
+                failures.extend("read %s: %r, expected %r" % (key, shown.get(key), expected)
+                                for key, expected in args[0].items() if shown.get(key) != expected)
+            elif kind == "write":
+                key, sent, shown, status = args
+                got = exchange("valueWrite", [{"k": key, "v": sent}])
+                if got != [(key, shown, status)]:
+                    failures.append("write: %r, expected %r" % (got, [(key, shown, status)]))
+            else:
+                path = log if kind == "log" else root / "sim" / "state" / "events.log"
+                if not any(line == args[0] or line.endswith(" " + args[0])
+                           for line in path.read_text().splitlines()):
+                    failures.append("%s has no line %r" % (path.name, args[0]))
+        if name == "slow-reply" and (took >= 5) != OVER_HTTP:
             failures.append("the slow reply was %swaited for (%.1f s)"
-                            % ("not " if OVER_HTTP else "", took[0]))
-        with open(log, encoding="utf-8") as handle:
-            failures.extend("a machine-changing stand-in ran: " + line.strip() for line in handle
-                            if line.split(" ", 1)[0].strip() in MACHINE_CHANGING)
-        failures.extend("temporary file left in the run directory: " + left
-                        for left in os.listdir(rundir)
-                        if left.startswith("wget_") or ".part." in left)
+                            % ("not " if OVER_HTTP else "", took))
+        failures.extend("a machine-changing stand-in ran: " + line
+                        for line in log.read_text().splitlines()
+                        if line.split(" ", 1)[0] in MACHINE_CHANGING)
+        failures.extend("temporary file left in the run directory: " + left.name
+                        for left in (root / "var" / "run" / "dorva" / "tavio").iterdir()
+                        if left.name.startswith("wget_") or ".part." in left.name)
     except (RuntimeError, OSError, ValueError, KeyError, subprocess.SubprocessError) as error:
         failures.append(str(error))
     finally:
         try:
-            if started:
+            if (root / "sim" / "state").exists():
                 simctl("stop")
         except (RuntimeError, subprocess.SubprocessError) as error:
             failures.append(str(error))
