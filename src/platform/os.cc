@@ -244,6 +244,8 @@ int process_id() { return static_cast<int>(::getpid()); }
 std::uint32_t start_random() {
   std::uint32_t value = 0;
 #if defined(__linux__) && defined(AT_RANDOM)
+  // The kernel hands the bytes' address as a number.
+  // NOLINTNEXTLINE(performance-no-int-to-ptr)
   if (const auto* bytes = reinterpret_cast<const unsigned char*>(::getauxval(AT_RANDOM))) {
     std::memcpy(&value, bytes, sizeof value);
   }

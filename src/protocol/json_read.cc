@@ -2,7 +2,6 @@
 
 #include <jansson.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstdint>
@@ -16,8 +15,6 @@ namespace {
 
 // Jansson's reader refuses deeper documents; so does this one, before the stack would.
 constexpr int kMostDepth = 2048;
-// Numbers are copied out to be converted; longer ones than this go through a string.
-constexpr std::size_t kNumberRoom = 64;
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
@@ -326,23 +323,13 @@ class Reader {
       skip_digits();
       real = true;
     }
-    const auto length = static_cast<std::size_t>(at_ - start);
-    char room[kNumberRoom];
-    std::string long_number;
-    const char* text = room;
-    if (length < sizeof room) {
-      std::copy(start, at_, room);
-      room[length] = '\0';
-    } else {
-      long_number.assign(start, length);
-      text = long_number.c_str();
-    }
+    const std::string number(start, at_);  // most are short enough to need no allocation
     errno = 0;
     if (!real) {
-      const long long integer = std::strtoll(text, nullptr, 10);
+      const long long integer = std::strtoll(number.c_str(), nullptr, 10);
       return errno == ERANGE ? nullptr : json_own(json_integer(integer));
     }
-    const double value = std::strtod(text, nullptr);
+    const double value = std::strtod(number.c_str(), nullptr);
     if (errno == ERANGE && std::isinf(value)) {
       return nullptr;
     }
