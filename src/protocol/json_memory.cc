@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <functional>
 
 #include "platform/os.h"
 
@@ -20,8 +21,9 @@ namespace tavio {
 namespace {
 
 #ifndef TAVIO_KEEP_MALLOC
-// The largest menu of the example router and its replies take about 60 kilobytes of values.
-// Pages of the area that are never carved are never touched, so they cost no memory.
+// The example router's largest exchange, the home menu of the alternative theme, carves about
+// 110 kilobytes. Pages of the area that are never carved are never touched, so they cost no
+// memory.
 constexpr std::size_t kAreaBytes = std::size_t{256} * 1024;
 // Larger blocks (a long reply's text while it is read) come from malloc and go back to it.
 constexpr std::size_t kLargestCarved = std::size_t{4} * 1024;
@@ -45,7 +47,8 @@ void* carve(std::size_t size) {
 
 void drop(void* block) {
   const auto* byte = static_cast<const unsigned char*>(block);
-  if (byte < g_area || byte >= g_area + kAreaBytes) {
+  const std::less<const unsigned char*> before;  // an order for pointers into any object
+  if (before(byte, g_area) || !before(byte, g_area + kAreaBytes)) {
     std::free(block);
   } else if (byte == g_area + g_last) {
     g_used = g_last;

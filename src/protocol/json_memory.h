@@ -1,10 +1,11 @@
 // Where Jansson's values live in a run of tavio.
 //
-// A run is one short process that builds a few hundred values and drops them all at its end.
+// A run is one short process that builds a few thousand values and drops them all at its end.
 // Its values are carved one after the other from one area of the program's own and never given
-// back one by one: malloc's bookkeeping for each small value was about a tenth of a value read's
-// instructions. The area has a fixed size; past it, and for large blocks, values come from
-// malloc as usual, so a run with an unusually large reply only pays malloc's cost again.
+// back one by one: malloc's bookkeeping for each small value was a tenth of a value read's
+// instructions and a sixth of a menu's. The area has a fixed size; past it, and for large
+// blocks, values come from malloc as usual, so a run with an unusually large reply only pays
+// malloc's cost again.
 #ifndef TAVIO_PROTOCOL_JSON_MEMORY_H
 #define TAVIO_PROTOCOL_JSON_MEMORY_H
 
