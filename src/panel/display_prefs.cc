@@ -80,7 +80,14 @@ bool save_font_grid(const char* serial, const FontGrid& grid) {
     return false;
   }
   const JsonText text(json_dumps(saved.get(), 0));
-  return text && replace_file_atomically(*path, text.get());
+  if (!text) {
+    return false;
+  }
+  // A panel asks with the same grid again and again: a file that holds it already stays as it
+  // is, which spares the run directory a rewrite per menu request.
+  const std::optional<std::string> held =
+      read_file_limited(*path, kFontSettingsMaxBytes, /*follow_links=*/false);
+  return (held && *held == text.get()) || replace_file_atomically(*path, text.get());
 }
 
 PanelLayout load_font_settings(const char* serial, const PanelLayout& unreadable) {

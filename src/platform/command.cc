@@ -42,9 +42,20 @@ void on_child_ended(int /*signal*/) {
   errno = saved;
 }
 
-bool set_flags(int fd, int fd_flags, int status_flags) {
-  return ::fcntl(fd, F_SETFD, fd_flags) == 0 &&
-         ::fcntl(fd, F_SETFL, ::fcntl(fd, F_GETFL) | status_flags) == 0;
+// A pipe whose ends both close on exec from the start, so no tool started meanwhile inherits
+// them; each end's status flags are 0 or O_NONBLOCK.
+bool open_pipe(int ends[2], int read_flags, int write_flags) {
+  const int shared = read_flags & write_flags;
+  if (::pipe2(ends, O_CLOEXEC | shared) != 0) {
+    return false;
+  }
+  if ((read_flags != shared && ::fcntl(ends[0], F_SETFL, read_flags) != 0) ||
+      (write_flags != shared && ::fcntl(ends[1], F_SETFL, write_flags) != 0)) {
+    ::close(ends[0]);
+    ::close(ends[1]);
+    return false;
+  }
+  return true;
 }
 
 bool watch_child_ends() {
@@ -52,12 +63,7 @@ bool watch_child_ends() {
     return true;
   }
   int ends[2];
-  if (::pipe(ends) != 0) {
-    return false;
-  }
-  if (!set_flags(ends[0], FD_CLOEXEC, O_NONBLOCK) || !set_flags(ends[1], FD_CLOEXEC, O_NONBLOCK)) {
-    ::close(ends[0]);
-    ::close(ends[1]);
+  if (!open_pipe(ends, O_NONBLOCK, O_NONBLOCK)) {
     return false;
   }
   g_child_ended[0] = ends[0];
@@ -325,12 +331,7 @@ void start_watch() {
     return;
   }
   int ends[2];
-  if (::pipe(ends) != 0) {
-    return;
-  }
-  if (!set_flags(ends[0], FD_CLOEXEC, 0) || !set_flags(ends[1], FD_CLOEXEC, 0)) {
-    ::close(ends[0]);
-    ::close(ends[1]);
+  if (!open_pipe(ends, 0, 0)) {
     return;
   }
   const pid_t pid = copy_process();
@@ -362,13 +363,8 @@ std::optional<std::string> system_run(const Command& command) {
   const Clock::time_point deadline = Clock::now() + command.deadline;
   int output[2] = {-1, -1};
   if (command.output == CommandOutput::kCapture) {
-    if (::pipe(output) != 0) {
-      return std::nullopt;
-    }
-    // Both ends close on exec: the tool gets the write end as its standard output only.
-    if (!set_flags(output[0], FD_CLOEXEC, O_NONBLOCK) || !set_flags(output[1], FD_CLOEXEC, 0)) {
-      ::close(output[0]);
-      ::close(output[1]);
+    // The tool gets the write end as its standard output only.
+    if (!open_pipe(output, O_NONBLOCK, 0)) {
       return std::nullopt;
     }
   }
