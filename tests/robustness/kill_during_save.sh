@@ -6,8 +6,9 @@
 #   kill_during_save.sh TAVIO_BINARY [EMULATOR...]
 #
 # Every file and descriptor system call of tavio is, in turn, the one at which it is killed
-# (strace's fault injection, one kind of call and its Nth occurrence at a time). Under an
-# emulator the system calls are the emulator's: there the saves are only checked once.
+# (strace's fault injection, one kind of call and its Nth occurrence at a time), and a SIGTERM
+# at the first rename must remove what the save had named. Under an emulator the system calls
+# are the emulator's: there the saves are only checked once.
 # shellcheck source=tests/robustness/common.sh
 source "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 command -v strace >/dev/null || { echo "SKIP: strace is missing"; exit 77; }
@@ -82,6 +83,12 @@ for save in "${saves[@]}"; do
       [[ -z $leftovers ]] || fail "$name: killed at $syscall $n, left behind: $leftovers"
     done
   done
+  # A SIGTERM as the first rename begins: tavio removes the save's temporary name before it ends.
+  fresh_root
+  run_tavio strace -qq -o /dev/null \
+    -e inject=rename,renameat,renameat2:error=EINTR:signal=TERM:when=1 "${tavio[@]}"
+  leftovers=$(cd "$work/root" && find . -name '*.tavio-save.*')
+  [[ -z $leftovers ]] || fail "$name: ended by SIGTERM at its rename, left behind: $leftovers"
   echo "$name: killed at each of $calls calls"
 done
 
