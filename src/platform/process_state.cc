@@ -61,9 +61,8 @@ void put_back_ignored_signals() {
   // process (a test harness), and stay.
   for (int signal_number = 1; signal_number <= last_signal(); ++signal_number) {
     struct sigaction current {};
-    if (signal_number != SIGKILL && signal_number != SIGSTOP &&
-        ::sigaction(signal_number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN &&
-        signal_number != SIGPIPE) {
+    if (signal_number != SIGKILL && signal_number != SIGSTOP && signal_number != SIGPIPE &&
+        ::sigaction(signal_number, nullptr, &current) == 0 && current.sa_handler == SIG_IGN) {
       set_disposition(signal_number, SIG_DFL);
     }
   }

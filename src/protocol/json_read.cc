@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "text/numbers.h"
 #include "text/utf8.h"
 
 namespace tavio {
@@ -17,19 +18,6 @@ namespace {
 constexpr int kMostDepth = 2048;
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
-
-int hex_value(char c) {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
-  }
-  if (c >= 'a' && c <= 'f') {
-    return c - 'a' + 10;
-  }
-  if (c >= 'A' && c <= 'F') {
-    return c - 'A' + 10;
-  }
-  return -1;
-}
 
 void append_utf8(std::string& out, std::uint32_t code_point) {
   if (code_point < 0x80) {
@@ -252,7 +240,7 @@ class Reader {
     }
     value = 0;
     for (int i = 0; i < 4; ++i) {
-      const int digit = hex_value(*at_++);
+      const int digit = hex_digit_value(*at_++);
       if (digit < 0) {
         return false;
       }

@@ -4,6 +4,7 @@
 
 #include "platform/command.h"
 #include "platform/loopback_socket.h"
+#include "text/numbers.h"
 #include "text/text_buffer.h"
 
 namespace tavio {
@@ -69,15 +70,6 @@ std::string_view trim(std::string_view text) {
     text.remove_suffix(1);
   }
   return text;
-}
-
-// The value of a hex digit; -1 for any other byte.
-int hex_value(char c) {
-  if (c >= '0' && c <= '9') {
-    return c - '0';
-  }
-  const char letter = lower(c);
-  return letter >= 'a' && letter <= 'f' ? letter - 'a' + 10 : -1;
 }
 
 }  // namespace
@@ -346,8 +338,8 @@ void HttpReplyParser::on_head_end() {
 void HttpReplyParser::on_chunk_size(std::string_view line) {
   std::size_t size = 0;
   std::size_t digits = 0;
-  for (; digits < line.size() && hex_value(line[digits]) >= 0; ++digits) {
-    size = size * 16 + static_cast<std::size_t>(hex_value(line[digits]));
+  for (; digits < line.size() && hex_digit_value(line[digits]) >= 0; ++digits) {
+    size = size * 16 + static_cast<std::size_t>(hex_digit_value(line[digits]));
     if (size > kMaxReplyBytes - body_.size()) {
       fail();  // the body would outgrow the bound, and no overflow
       return;
