@@ -103,12 +103,21 @@ class Reader {
     }
   }
 
+  // Jansson's reader takes the byte after a number or a word back, and a NUL taken back is
+  // lost: one NUL right after such a token is passed over, as there.
+  void pass_nul_after_token() {
+    if (at_ != end_ && *at_ == '\0') {
+      ++at_;
+    }
+  }
+
   bool word(std::string_view expected) {
     if (static_cast<std::size_t>(end_ - at_) < expected.size() ||
         std::string_view(at_, expected.size()) != expected) {
       return false;
     }
     at_ += expected.size();
+    pass_nul_after_token();
     return true;
   }
 
@@ -312,6 +321,7 @@ class Reader {
       real = true;
     }
     const std::string number(start, at_);  // most are short enough to need no allocation
+    pass_nul_after_token();
     errno = 0;
     if (!real) {
       const long long integer = std::strtoll(number.c_str(), nullptr, 10);

@@ -75,6 +75,9 @@ TEST(JsonRead, ReadsWhatJanssonsReaderReads) {
       " ",
       "[",
       std::string("[\"a\0b\"]", 7),
+      std::string("[1\0,true\0]", 10),
+      std::string("[1\0\0]", 5),
+      std::string("[\"a\"\0]", 5),
       deep,
       too_deep};
   for (const std::string& text : cases) {
