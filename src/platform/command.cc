@@ -3,6 +3,7 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -12,12 +13,19 @@
 #ifdef __linux__
 #include <sys/prctl.h>
 #endif
+#if defined(__has_include)
+#if __has_include(<valgrind/valgrind.h>)
+#include <valgrind/valgrind.h>
+#endif
+#endif
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <iterator>
 
 #include "platform/process_state.h"
+#include "platform/sanitizers.h"
 #include "text/text_buffer.h"
 
 namespace tavio {
@@ -297,32 +305,75 @@ pid_t copy_process() {
   return static_cast<pid_t>(::syscall(SYS_clone, SIGCHLD, 0, 0, 0, 0));
 }
 
-// The watch: a copy of tavio that lives as long as tavio does and reads, from a pipe, the
-// process group of the tool being waited for. When tavio ends in any way, even killed
-// outright, the pipe's last writer is gone; the watch then kills the group it last heard of
-// and ends. Without it, what a tool started in the background (a child still writing the
-// tool's reply file) would outlive a killed tavio, since the kernel's parent-death signal
-// reaches the tool alone.
-[[noreturn]] void watch_tool_groups(int reader) {
-  if (!redirect(STDIN_FILENO, "/dev/null", O_RDONLY) ||
-      !redirect(STDOUT_FILENO, "/dev/null", O_WRONLY) ||
-      ::dup2(STDOUT_FILENO, STDERR_FILENO) != STDERR_FILENO) {
-    ::_exit(1);
+// What the watch is given, set before it starts and never changed after: the watch may share
+// tavio's memory and read this while tavio goes on.
+struct WatchStart {
+  int reader = -1;  // the watch's end of the pipe
+  int writer = -1;  // tavio's end, which the watch closes in its own descriptor table
+  int quiet = -1;   // /dev/null, the watch's standard input, output and error
+};
+WatchStart g_watch_start;
+
+// The watch's stack when it shares tavio's memory; nothing else ever uses it.
+alignas(16) char g_watch_stack[16 * 1024];
+
+// The watch: a process that lives as long as tavio does and reads, from a pipe, the process
+// group of the tool being waited for. When tavio ends in any way, even killed outright, the
+// pipe's last writer is gone; the watch then kills the group it last heard of and ends.
+// Without it, what a tool started in the background (a child still writing the tool's reply
+// file) would outlive a killed tavio, since the kernel's parent-death signal reaches the tool
+// alone. It may run beside tavio in tavio's memory, so it makes only system calls that cannot
+// fail on what it is given: nothing it does touches errno or any other state of tavio's. Its
+// read ends only at the end of the pipe, when tavio has left its memory behind.
+[[noreturn]] void watch_tool_groups() {
+  const WatchStart start = g_watch_start;
+  ::close(start.writer);
+  give_tool_fresh_signals();
+  for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    ::dup2(start.quiet, fd);
   }
+  ::close(start.quiet);
   pid_t group = 0;
   pid_t heard = 0;
-  while (true) {
-    const ssize_t n = ::read(reader, &heard, sizeof heard);
-    if (n == static_cast<ssize_t>(sizeof heard)) {
-      group = heard;
-    } else if (n >= 0 || errno != EINTR) {
-      break;
-    }
+  while (::read(start.reader, &heard, sizeof heard) == static_cast<ssize_t>(sizeof heard)) {
+    group = heard;
   }
   if (group > 0) {
     ::kill(-group, SIGKILL);
   }
   ::_exit(0);
+}
+
+int run_watch(void* /*unused*/) { watch_tool_groups(); }
+
+// Whether the watch may share tavio's memory. Valgrind runs a process that shares memory only
+// as a thread, and AddressSanitizer's bookkeeping is not made for a second process in it.
+bool watch_may_share_memory() {
+#if TAVIO_ADDRESS_SANITIZER
+  return false;
+#elif defined(RUNNING_ON_VALGRIND)
+  return RUNNING_ON_VALGRIND == 0;
+#else
+  return true;
+#endif
+}
+
+// The watch process. Sharing tavio's memory spares copying tavio's page tables and the
+// copy-on-write faults after it, for a process that only ever reads a pipe: on the router that
+// copy costs as much as the tool it watches. Where the system only shares memory between
+// threads (a user-mode emulator answers EINVAL), the watch is a copy of tavio.
+pid_t start_watch_process() {
+  if (watch_may_share_memory()) {
+    const pid_t pid = ::clone(run_watch, std::end(g_watch_stack), CLONE_VM | SIGCHLD, nullptr);
+    if (pid >= 0) {
+      return pid;
+    }
+  }
+  const pid_t pid = copy_process();
+  if (pid == 0) {
+    watch_tool_groups();
+  }
+  return pid;
 }
 
 // Starts the watch once per run, before the first waited tool.
@@ -334,11 +385,13 @@ void start_watch() {
   if (!open_pipe(ends, 0, 0)) {
     return;
   }
-  const pid_t pid = copy_process();
-  if (pid == 0) {
-    ::close(ends[1]);
-    give_tool_fresh_signals();
-    watch_tool_groups(ends[0]);
+  const int quiet = ::open("/dev/null", O_RDWR | O_CLOEXEC);
+  pid_t pid = -1;
+  if (quiet >= 0) {
+    g_watch_start = {ends[0], ends[1], quiet};
+    put_back_ignored_signals();
+    pid = start_watch_process();
+    ::close(quiet);
   }
   ::close(ends[0]);
   if (pid < 0) {

@@ -8,19 +8,12 @@
 #include <functional>
 
 #include "platform/os.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define TAVIO_KEEP_MALLOC 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define TAVIO_KEEP_MALLOC 1
-#endif
-#endif
+#include "platform/sanitizers.h"
 
 namespace tavio {
 namespace {
 
-#ifndef TAVIO_KEEP_MALLOC
+#if !TAVIO_ADDRESS_SANITIZER
 // The example router's largest exchange, the home menu of the alternative theme, carves about
 // 110 kilobytes. Pages of the area that are never carved are never touched, so they cost no
 // memory.
@@ -62,7 +55,7 @@ void drop(void* block) {
 void json_use_run_memory() {
   // Jansson would read /dev/urandom for it; the kernel's random bytes given at start do.
   json_object_seed(start_random());
-#ifndef TAVIO_KEEP_MALLOC
+#if !TAVIO_ADDRESS_SANITIZER
   json_set_alloc_funcs(carve, drop);
 #endif
 }
