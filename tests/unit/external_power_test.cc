@@ -95,26 +95,5 @@ TEST_F(ExternalPowerTest, BatteryMenuListsNamedBatteriesOnly) {
   }
 }
 
-// A failing tool, a cut answer and an empty report list all give the neutral texts.
-TEST_F(ExternalPowerTest, ToolFailuresShowNeutralTexts) {
-  const struct {
-    const char* document;
-    int status;
-  } cases[] = {
-      {R"({"rpt":[{"tp":"Mains","pw":"24","bat_info":[{"id":0,"name":"Main"}]}]})", 1},
-      {R"({"rpt":[{"tp":"Mains")", 0},
-      {R"({"rpt":[]})", 0},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.document);
-    answer_document(c.document, c.status);
-    EXPECT_EQ(extpower_source_title(), "Source: Detecting");
-    EXPECT_EQ(extpower_render_input_power(kPanel), "Source:     Detecting");
-    EXPECT_EQ(battery_render_one(0, kPanel), kNoStatus);
-    EXPECT_EQ(dump(battery_menu_items(kPanel)), kNoStatusMenu);
-    expect_no_files();
-  }
-}
-
 }  // namespace
 }  // namespace tavio

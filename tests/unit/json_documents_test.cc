@@ -90,52 +90,6 @@ TEST(JsonRead, ReadsWhatJanssonsReaderReads) {
   }
 }
 
-TEST(JsonBuild, ObjectsAreWholeOrNothingAndArraysLeaveOutWhatIsMissing) {
-  const char* const no_text = nullptr;
-  const struct {
-    const char* name;
-    JsonPtr built;
-    const char* text;
-  } cases[] = {
-      {"members in the order set",
-       JsonObjectBuilder()
-           .text("b", "x")
-           .integer("a", 1)
-           .take("c", JsonArrayBuilder().done())
-           .done(),
-       R"({"b":"x","a":1,"c":[]})"},
-      {"a member without text", JsonObjectBuilder().text("a", "x").text("b", no_text).done(),
-       "(none)"},
-      {"a member without a child", JsonObjectBuilder().text("a", "x").take("c", nullptr).done(),
-       "(none)"},
-      {"elements missing or failed are left out",
-       JsonArrayBuilder()
-           .add(nullptr)
-           .text("x")
-           .add(JsonObjectBuilder().text("k", no_text).done())
-           .add(json_own(json_integer(2)))
-           .done(),
-       R"(["x",2])"},
-      {"text that is not UTF-8", JsonArrayBuilder().text("a\xff").done(), "[\"a\xef\xbf\xbd\"]"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(written(c.built), c.text) << c.name;
-  }
-}
-
-// An entry needs its identifier, title and key; a text item its title and text.
-TEST(MenuItems, MissingRequiredTextGivesNull) {
-  for (int missing = 0; missing < 3; ++missing) {
-    for (const char* bad : {static_cast<const char*>(nullptr), ""}) {
-      const char* f[3] = {"x", "x", "x"};
-      f[missing] = bad;
-      EXPECT_FALSE(menu_item_entry(f[0], f[1], MenuAccess::kRead, f[2], 5, nullptr, nullptr))
-          << "field " << missing;
-      EXPECT_EQ(menu_item_text("m", f[0], f[1], grid(1)) == nullptr, missing < 2);
-    }
-  }
-}
-
 TEST(MenuText, LaysOutFirst255CharactersIdOptional) {
   const std::string text(300, 'q');
   const std::string cut(255, 'q');

@@ -136,22 +136,6 @@ TEST_F(LocalApiTest, ReadsAreFetchedOncePerRunUntilAChange) {
             std::string::npos);
 }
 
-TEST_F(LocalApiTest, NothingRunsWithoutWritableFiles) {
-  // Empty bodies are not written: the files made before them go again.
-  EXPECT_FALSE(api_post("system.action", ""));
-  EXPECT_FALSE(api_post("system.action", nullptr));
-  api_post_no_reply("cmd.system.reboot", "");
-  header_file();
-  // The run directory belongs to the system; it is never created here.
-  api_end_run();
-  ::rmdir(host(kRunDir).c_str());
-  forget_replies("");
-  EXPECT_FALSE(api_read("status.wan.connection", "?id=1"));
-  api_post_no_reply("cmd.system.reboot", "{\"enable\":true}");
-  EXPECT_FALSE(exists(kRunDir));
-  EXPECT_EQ(calls(), 0u);
-}
-
 #endif
 
 }  // namespace

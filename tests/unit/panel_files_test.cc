@@ -21,19 +21,6 @@ const std::string kFont = "/var/run/dorva/tavio/mmi_font_settings_SN42.json";
 
 class DisplayPrefsTest : public TempRootTest {};
 
-// "google" exactly and "Google" are golden cases; no file is the default of most of them.
-TEST_F(DisplayPrefsTest, ThemeModeTwoOnlyForExactGoogleInThePanelsOwnFile) {
-  for (const char* content : {"SUPPORT_THEME=google \n", "OTHER=google\n", ""}) {
-    write(kTheme, content);
-    EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault) << content;
-  }
-  // Without a serial the serial part of the name is empty; another panel's file is not read.
-  write("/var/run/dorva/tavio/mmi_theme_settings_.json", "SUPPORT_THEME=google\n");
-  EXPECT_EQ(load_theme_mode(nullptr), ThemeMode::kAlternative);
-  EXPECT_EQ(load_theme_mode(""), ThemeMode::kAlternative);
-  EXPECT_EQ(load_theme_mode("SN42"), ThemeMode::kDefault);
-}
-
 // A menu request records the panel's theme for the value reads that follow it, only into a
 // file that is there.
 TEST_F(DisplayPrefsTest, MenuRequestRecordsTheThemeIntoAnExistingFile) {

@@ -123,17 +123,6 @@ TEST_F(TempFileTest, SweepRemovesOnlyTheFilesOfRunsThatAreGone) {
   sweep_abandoned_temp_files();
   std::sort(expected.begin(), expected.end());
   EXPECT_EQ(list(kRunDir), expected);
-
-  // A save of a file goes with the next save into its folder; the owner is the number after
-  // the last save mark.
-  const std::string gone_save = "x.tavio-save." + gone;
-  const std::string living_save = gone_save + ".tavio-save." + living;
-  for (const std::string& file : {gone_save, living_save}) {
-    write("/saves/" + file, "x");
-    ASSERT_EQ(::utimes(host("/saves/" + file).c_str(), old), 0);
-  }
-  ASSERT_TRUE(replace_file_atomically(HostPath::system("/saves/x"), "new"));
-  EXPECT_EQ(list("/saves"), (std::vector<std::string>{"x", living_save}));
 }
 
 }  // namespace
