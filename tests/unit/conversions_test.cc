@@ -112,6 +112,11 @@ Options parse(std::vector<std::string> args) {
   return parse_options(static_cast<int>(args.size()), argv.data());
 }
 
+// An option the panel does not know is skipped: the options after it still count.
+TEST(ParseOptions, UnknownOptionIsSkipped) {
+  EXPECT_EQ(parse({"-q", "-o", "out"}).output_path, "out");
+}
+
 // The panel's texts keep their sizes; the file paths are used whole.
 TEST(ParseOptions, CutsTextsToTheirBuffers) {
   const struct {

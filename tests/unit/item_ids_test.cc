@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <regex>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -120,24 +119,6 @@ TEST(ItemIds, BatteryNumbersAndNamesThatDoNotMatch) {
   ASSERT_NE(battery, nullptr);
   EXPECT_EQ(read_item_suffix(*battery, "pwr_consume_status_battery_x").value().number, 0);
   EXPECT_FALSE(read_item_suffix(*battery, "pwr_consume_status_battery_-1"));
-}
-
-// The menu names the display may ask for are the ones the menu request's schema publishes (the
-// panel emulator reads them from there too).
-TEST(ItemIds, MenuNamesAreTheOnesThePublishedSchemaLists) {
-  const std::string path = std::string(TAVIO_SCHEMA_DIR) + "/menuReq.request.schema.json";
-  const JsonPtr schema = json_own(json_load_file(path.c_str(), 0, nullptr));
-  ASSERT_TRUE(schema) << path;
-  const json_t* refs = schema.get();
-  for (const char* member : {"properties", "req", "properties", "ref", "enum"}) {
-    refs = json_object_get(refs, member);
-  }
-  std::set<std::string> published;
-  for (std::size_t i = 0; i < json_array_size(refs); ++i) {
-    published.insert(json_string_value(json_array_get(refs, i)));
-  }
-  using namespace menu_name;
-  EXPECT_EQ(published, (std::set<std::string>{"", kHome, kMain, kPmu, kPdu, kBattery}));
 }
 
 }  // namespace

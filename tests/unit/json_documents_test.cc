@@ -90,6 +90,27 @@ TEST(JsonRead, ReadsWhatJanssonsReaderReads) {
   }
 }
 
+// An object is whole or nothing: a member without its text or child leaves no object at all
+// (an array leaving out what is missing is ItemIds' and the golden menus').
+TEST(JsonBuild, ObjectsAreWholeOrNothing) {
+  const char* const no_text = nullptr;
+  EXPECT_EQ(written(JsonObjectBuilder().text("a", "x").text("b", no_text).done()), "(none)");
+  EXPECT_EQ(written(JsonObjectBuilder().text("a", "x").take("c", nullptr).done()), "(none)");
+}
+
+// An entry needs its identifier, title and key; a text item its title and text.
+TEST(MenuItems, MissingRequiredTextGivesNull) {
+  for (int missing = 0; missing < 3; ++missing) {
+    for (const char* bad : {static_cast<const char*>(nullptr), ""}) {
+      const char* f[3] = {"x", "x", "x"};
+      f[missing] = bad;
+      EXPECT_FALSE(menu_item_entry(f[0], f[1], MenuAccess::kRead, f[2], 5, nullptr, nullptr))
+          << "field " << missing;
+      EXPECT_EQ(menu_item_text("m", f[0], f[1], grid(1)) == nullptr, missing < 2);
+    }
+  }
+}
+
 TEST(MenuText, LaysOutFirst255CharactersIdOptional) {
   const std::string text(300, 'q');
   const std::string cut(255, 'q');
@@ -105,18 +126,6 @@ TEST(MenuSeparator, DashesForCount) {
   EXPECT_EQ(dump(menu_item_separator(-3)), R"({"t":""})");
   EXPECT_EQ(dump(menu_item_separator(16)), R"({"t":"----------------"})");
   EXPECT_EQ(dump(menu_item_separator(500)), R"({"t":")" + std::string(127, '-') + R"("})");
-}
-
-TEST(MenuCustomContent, OneItemMenuWrappedAtLineWidthAndCutTo511Characters) {
-  const std::string text(600, 'z');  // 628 characters once wrapped at 21
-  const JsonPtr menu = menu_item_custom_content(text.c_str(), grid(1));
-  ASSERT_EQ(json_array_size(menu.get()), 1u);
-  const json_t* item = json_array_get(menu.get(), 0);
-  EXPECT_STREQ(json_string_value(json_object_get(item, "id")), "custom_menu_content");
-  const std::string st = json_string_value(json_object_get(item, "st"));
-  ASSERT_EQ(st.size(), 511u);
-  EXPECT_EQ(st.substr(0, 22), std::string(21, 'z') + "\n");
-  EXPECT_EQ(st.substr(505), "\nzzzzz");  // 23 lines of 21 and a break, then 5 more
 }
 
 }  // namespace

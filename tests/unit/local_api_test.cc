@@ -23,8 +23,8 @@ namespace {
 bool g_port_may_be_cached = false;
 
 // The stand-in fetch tool: logs one line per call, copies reply.json (when there is one) onto
-// its -O name, marks the header file it was given ("seen", so a later call tells whether the
-// file was written again) and ends with the status in exit_status.
+// its -O name and marks the header file it was given ("seen", so a later call tells whether
+// the file was written again).
 const char* const kFakeFetchTool = R"sh(#!/bin/sh
 here=$(dirname "$0")/..
 echo "$*" >> "$here/wget.log"
@@ -33,7 +33,6 @@ while [ $# -gt 1 ]; do
   if [ "$1" = -e ]; then echo seen >> "$2"; fi
   shift
 done
-exit "$(cat "$here/exit_status" 2>/dev/null || echo 0)"
 )sh";
 const char* const kHarmlessStandIn =
     "#!/bin/sh\necho \"$0 $*\" >> \"$(dirname \"$0\")/../stand-ins.log\"\n";
@@ -86,33 +85,7 @@ TEST_F(LocalApiTest, PortDefaultsTo80UntilFileGivesOneThenKeepsIt) {
   EXPECT_EQ(api_port(), 8080);
 }
 
-#ifndef TAVIO_API_HTTP  // the tool's own: its files, its exit status
-
-// Other bad replies and failing tools without a reply are end-to-end cases. A post without
-// reply does not look at the reply, so a failing tool still counts as sent.
-TEST_F(LocalApiTest, FailuresGiveNothingAndLeaveNoFiles) {
-  const struct {
-    const char* reply;  // null: the tool writes nothing
-    int status;
-  } cases[] = {{nullptr, 0},
-               {"{\"response\": {}}", 1},
-               {"{\"error\": \"busy\"}", 0},
-               {"<html>busy</html>", 0}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.reply == nullptr ? "no reply" : c.reply);
-    ::unlink(host("/reply.json").c_str());
-    if (c.reply != nullptr) {
-      write("/reply.json", c.reply);
-    }
-    write("/exit_status", std::to_string(c.status));
-    forget_replies("");  // each case asks afresh
-    EXPECT_FALSE(api_read("status.wan.connection", "?id=1"));
-    EXPECT_FALSE(api_post("system.action", "{}"));
-    api_post_no_reply("cmd.system.reboot", "{\"enable\":true}");
-    header_file();
-  }
-  EXPECT_EQ(calls(), 12u);
-}
+#ifndef TAVIO_API_HTTP  // the tool's own: its files
 
 // A read is fetched once per run, failed or not; a change makes every read afresh. The header
 // file is written again only when a call needs other lines (reads and posts differ).

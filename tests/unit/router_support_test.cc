@@ -1,6 +1,6 @@
-// The host's router support library: the taglist file format, atomic saves and number lists,
-// under a temporary root, and the HA title read through it. The port type lookup is read by
-// the end-to-end port speed menus.
+// The host's router support library: the taglist file format and atomic saves, under a
+// temporary root, and the HA title read through it. The port type lookup and number lists are
+// read by the end-to-end port speed menus and Wi-Fi status.
 #include "platform/router_support.h"
 
 #include <gtest/gtest.h>
@@ -106,20 +106,6 @@ TEST_F(TaglistTest, FailedSaveLeavesNoTemporaryFile) {
   std::filesystem::remove_all(host("/etc/test"));
   EXPECT_EQ(save_taglist_ex(tags.get(), 1), -1);
   EXPECT_FALSE(exists("/etc/test"));
-}
-
-TEST(Numlist, ParsesWholeIntegersBetweenBlanksAndCommas) {
-  const struct {
-    const char* text;
-    std::vector<int> numbers;
-  } cases[] = {
-      {" 4,\t5 ,, 6 ", {4, 5, 6}}, {"1 x 2 3y -4 0x5", {1, 2, -4}}, {"", {}}, {nullptr, {}}};
-  for (const auto& c : cases) {
-    const NumlistPtr list(create_numlist(c.text));
-    ASSERT_TRUE(list);
-    EXPECT_EQ(std::vector<int>(list->nums, list->nums + list->count), c.numbers)
-        << (c.text == nullptr ? "(null)" : c.text);
-  }
 }
 
 // The HA status file is read afresh at each use.
