@@ -7,7 +7,8 @@ changes from one exchange to the next. One case per run (CTest's sim.NAME tests)
 Each case starts its own simulator (tests/sim/scenario.json) in a fresh copy of sim/router,
 runs tavio with sim/live-bin first on PATH (tools/check-standins before every run), compares
 the texts and write statuses the panel would show and checks each document against schemas/;
-then no machine-changing stand-in may have run and no temporary file may be left. Exit status
+then no machine-changing stand-in may have run. (What one exchange shows on its own, an API
+that is down or a reply left behind among them, the end-to-end cases hold.) Exit status
 77 without curl. With TAVIO_API_TRANSPORT=http tavio asks the simulator itself, and its own
 client waits the API's whole 10 s time-out: the reply held back 6 s is then shown.
 """
@@ -35,8 +36,6 @@ MACHINE_CHANGING = ("reboot", "restoreconfig", "saveconfig", "activate")
 # What the panel shows, 21 characters a line.
 CPU_7 = "CPU Load:          7%"
 WAN1_UP = "Status:     Connected\nIP:      203.0.113.25"
-VPN_NONE = "Cannot get VPN status\n. Please back to Syst\nem Status menu to ref\nresh VPN links."
-NO_API = {"cpuload": "", "wan_status_1": "", "remote_assist": "", "vpn_status_1": VPN_NONE}
 PMU, EXT, PDU = "PMU1A2B3C4D5E6", "EXT0000000001A", "PDU00000000001"
 PDU_TEMP = {"pdu_status_temp_" + PDU: "Temperature:\n       35 degree Cel."}
 
@@ -73,10 +72,6 @@ CASES = {
         ctl("fault", "slow", "on"),
         read({"cpuload": CPU_7 if OVER_HTTP else "", "wan_status_1": WAN1_UP,
               "remote_assist": "On"})],
-    "api-down-and-back": [
-        ctl("fault", "api_down", "on"), read(NO_API), write("remote_assist", "Off", "", "failed"),
-        ctl("fault", "api_down", "off"), read({"cpuload": CPU_7, "remote_assist": "On"}),
-        ctl("fault", "http_500", "on"), read(NO_API)],
     "unit-leaves": [
         read(dict(PDU_TEMP, **{"ext_pmu_status_port_" + EXT: "Port Status:       ON"})),
         ctl("unit", "remove", EXT), event("unit remove %r" % EXT),
@@ -156,9 +151,6 @@ def main(argv):
         failures.extend("a machine-changing stand-in ran: " + line
                         for line in log.read_text().splitlines()
                         if line.split(" ", 1)[0] in MACHINE_CHANGING)
-        failures.extend("temporary file left in the run directory: " + left.name
-                        for left in (root / "var" / "run" / "dorva" / "tavio").iterdir()
-                        if left.name.startswith("wget_") or ".part." in left.name)
     except (RuntimeError, OSError, ValueError, KeyError, subprocess.SubprocessError) as error:
         failures.append(str(error))
     finally:
