@@ -31,7 +31,6 @@ font='"font":[{"sz":1,"ln":4,"ch":21}]'
 saves=(
   "port media|$conf/config.active out.json|-s PNL-OUT|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"wan_port_speed_1\",\"v\":\"10baseT-HD\"}]}}"
   "sign-in|$rundir/panel_access_PNL-OUT.status out.json|-s PNL-OUT|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"panel_passcode\",\"v\":\"2580\"}]}}"
-  "sign-out|$rundir/panel_access_PNL-IN.status out.json|-s PNL-IN|{\"type\":\"valueWrite\",\"req\":{\"list\":[{\"k\":\"panel_logout\",\"v\":\"Yes\"}]}}"
   "theme and font|$rundir/mmi_theme_settings_PNL-OUT.json $rundir/mmi_font_settings_PNL-OUT.json|-s PNL-OUT|{\"type\":\"menuReq\",\"req\":{\"panel\":{\"font_pref\":1,$font,\"theme\":\"google\"},\"ref\":\"no_such_menu\"}}"
 )
 
