@@ -180,23 +180,15 @@ def is_poll(found):
 # Hand-made faults, by the golden document (case, request or response) each one changes.
 FAULTS = {
     ("write-reboot", "response"): [
-        ("a status word other than ok/failed", lambda d: entry(d).update(status="done")),
-        ("an action_status with status failed", lambda d: entry(d).update(status="failed")),
         ("an action_status without its message", lambda d: entry(d).pop("msg")),
         ("an unknown action_status", lambda d: entry(d).update(action_status="halting"))],
     ("read-systime", "response"): [
-        ("an extra key in a value entry", lambda d: entry(d).update(extra="x")),
-        ("a value entry without k", lambda d: entry(d).pop("k")),
         ("a value that is not a string", lambda d: entry(d).update(v=7)),
         ("a value read answered as a value write", lambda d: d.update(type="valueWrite"))],
     ("menu-top-default", "response"): [
         ("an item with both c and m", lambda d: item(d, "system_main").update(c={"st": "x"})),
         ("a poll entry without ttl", lambda d: first(d, is_poll)["c"].pop("ttl")),
-        ("a query type other than poll", lambda d: first(d, is_poll)["c"].update(qt="push")),
-        ("a polled entry that is write only", lambda d: first(d, is_poll)["c"].update(a="w")),
         ("an unknown choice", lambda d: item(d, "reboot")["c"].update(select=["No", "Maybe"])),
-        ("a separator of =", lambda d: first(d, lambda f: list(f) == ["t"]).update(t="==")),
-        ("a submenu that is not an array", lambda d: item(d, "system_sub").update(m={})),
         ("a menu answer with its body under req", lambda d: d.update(req=d.pop("resp")))],
     ("menu-named-main-signed-out", "response"): [
         ("a ref that names no menu", lambda d: d["resp"].update(ref="Main_menu"))],
@@ -204,14 +196,11 @@ FAULTS = {
         ("a dashboard line lit with another word",
          lambda d: item(d, "wan_info_dashboard")["i"]["il"][0].update({"is": "off"}))],
     ("menu-update-keycode", "response"): [
-        ("a passcode input without i_max", lambda d: item(d, "panel_sign_in")["c"].pop("i_max")),
-        ("a keypad input type other than ks", lambda d: d["req"]["it"][0].update(tp="kb")),
-        ("a menu update with its body under resp", lambda d: d.update(resp=d.pop("req")))],
+        ("a keypad input type other than ks", lambda d: d["req"]["it"][0].update(tp="kb"))],
     ("menu-update-text", "response"): [
         ("custom content with a title", lambda d: d["req"]["menu"][0].update(t="Title"))],
     ("menu-top-default", "request"): [
-        ("an empty font table", lambda d: d["req"]["panel"].update(font=[])),
-        ("a font size given as text", lambda d: d["req"]["panel"]["font"][0].update(ch="21"))],
+        ("an empty font table", lambda d: d["req"]["panel"].update(font=[]))],
     ("read-systime", "request"): [
         ("an identifier that is a number", lambda d: d["req"]["list"][0].update(k=7))],
     ("write-reboot", "request"): [
