@@ -43,14 +43,11 @@ run "request over the limit" "$invalid" -i "$work/over.json" -o "$out"
 run "request under the limit" "$success" -i "$work/under.json" -o "$out"
 run "an endless request file" "$invalid" -i /dev/zero -o "$out"
 
-# The output path: what is not a file (a directory, a FIFO, a socket, a device node) stays as
-# it is; a link is replaced, never followed.
+# The output path: what is not a file (a directory; a FIFO, as a socket or a device node would
+# be) stays as it is; a link is replaced, never followed.
 mkdir "$work/outdir"
 mkfifo "$work/outfifo"
-python3 -c 'import socket, sys; socket.socket(socket.AF_UNIX).bind(sys.argv[1])' "$work/outsocket"
-mknod "$work/outdevice" c 1 3 2>/dev/null || true  # as root only: a null device of our own
-for special in outdir outfifo outsocket outdevice; do
-  [[ -e $work/$special ]] || continue
+for special in outdir outfifo; do
   kind=$(stat -c %F "$work/$special")
   run "output is a $kind" "^Fail to generate output file $work/$special !\$" \
     -i "$work/read.json" -o "$work/$special"
