@@ -14,10 +14,9 @@ temporary file of tavio's in the run directory while a request is served, add a 
 own. --stats FILE: the number of connections accepted.
 
 --fault MODE misbehaves on every request: close ("Connection: close" and the close),
-close-idle (closed after each reply without a word), reset-reused (a connection that carried a
-reply is reset at the next request), reset (reset at the first request), garbage (no reply,
-then the close), status-300 (the reply whole, under a status just past the successful ones),
-stall (never answered).
+reset-reused (a connection that carried a reply is reset at the next request), reset (reset at
+the first request), garbage (no reply, then the close), status-300 (the reply whole, under a
+status just past the successful ones), stall (never answered).
 """
 import argparse
 import http.server
@@ -29,7 +28,7 @@ import sys
 import threading
 
 MAX_BODY = 1024 * 1024
-FAULTS = ("close", "close-idle", "reset-reused", "reset", "garbage", "status-300", "stall")
+FAULTS = ("close", "reset-reused", "reset", "garbage", "status-300", "stall")
 TEMPORARY = ("wget_ext_hdr_", "wget_input_", "wget_result_")
 
 
@@ -131,7 +130,7 @@ class Handler(http.server.BaseHTTPRequestHandler):
             except OSError:
                 return  # the client gave up on the reply (a bound, a deadline)
             self.served += 1
-            self.close_connection = fault in ("close", "close-idle", "garbage")
+            self.close_connection = fault in ("close", "garbage")
 
     do_POST = do_GET
 
