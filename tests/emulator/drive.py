@@ -79,8 +79,6 @@ def walk(driver, work):
             grid = driver.grid()
             if not (golden(rest, grid) if word == "expect" else any(rest in r for r in grid)):
                 raise Failure(f"{where}: the grid is\n" + "\n".join(grid))
-        elif word == "fault" and rest == "api-down":
-            Path(root, "sim", "api", "DOWN").touch()
         else:
             raise Failure(f"{where}: unknown step")
         checks += word in ("expect", "contains")
