@@ -56,6 +56,7 @@ void run(std::vector<std::string> args) {
     ::sigaction(signals[i], nullptr, &saved[i]);
   }
   std::vector<char*> argv;
+  argv.reserve(args.size() + 1);
   for (std::string& arg : args) {
     argv.push_back(&arg[0]);
   }
