@@ -8,20 +8,15 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
 #include <iterator>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "app/request_exchange.h"
 #include "app/run.h"
 #include "harness.h"
-#include "panel/display_prefs.h"
-#include "panel/sign_in.h"
-#include "protocol/json_text.h"
-#include "tavio/exchange.h"
 #include "tavio/json_ref.h"
-#include "text/text_buffer.h"
 
 namespace {
 
@@ -52,54 +47,52 @@ std::string expand(std::string_view text, const Serials& serials) {
   return out;
 }
 
-// The exchange as tavio settles it from its command line and the panel's saved settings.
-tavio::Exchange exchange_for(std::uint8_t choice, const std::string& serial) {
-  const bool keycode = (choice & 0x10) != 0;
-  tavio::Exchange exchange;
-  exchange.serial = tavio::cut_text(serial, tavio::kSerialCapacity);
-  exchange.panel_type =
-      (choice & 0x08) != 0 ? tavio::PanelType::kPower : tavio::PanelType::kExternal;
-  if (keycode) {
-    exchange.access = tavio::panel_access_state(exchange.serial.c_str());
-  }
-  exchange.alternative_theme_allowed = !keycode;
-  exchange.layout = tavio::load_font_settings(exchange.serial.c_str());
-  exchange.layout.theme_mode =
-      keycode ? tavio::ThemeMode::kDefault : tavio::load_theme_mode(exchange.serial.c_str());
-  return exchange;
-}
-
-// Every response tavio builds is written as Jansson writes it, as the display reads it.
-void answer_request(const std::string& request_text, std::uint8_t choice, const Serials& serials) {
-  const tavio::JsonPtr request =
-      tavio::json_own(json_loadb(request_text.data(), request_text.size(), 0, nullptr));
-  const tavio::JsonPtr response =
-      request ? tavio::dispatch_request(request.get(), exchange_for(choice, serials[0])) : nullptr;
-  if (response) {
-    char* text = json_dumps(response.get(), JSON_COMPACT);
-    const std::optional<std::string> written = tavio::json_compact_text(response.get());
-    const bool same = text != nullptr && written && *written == text;
-    std::free(text);
-    if (!same) {
-      tavio_fuzz::fuzz_fail("a response is not written as Jansson writes it", request_text);
-    }
-  }
-}
-
-// tavio -x TYPE -d as main() runs it; the signal dispositions the run changes are put back
-// after it, so that libFuzzer keeps its own.
-void run_dump(bool power_panel) {
+// tavio with the arguments as main() runs it; the signal dispositions the run changes are put
+// back after it, so that libFuzzer keeps its own.
+void run(std::vector<std::string> args) {
   const int signals[] = {SIGPIPE, SIGTERM, SIGINT, SIGHUP};
   struct sigaction saved[std::size(signals)] = {};
   for (std::size_t i = 0; i < std::size(signals); ++i) {
     ::sigaction(signals[i], nullptr, &saved[i]);
   }
-  std::string args[] = {"tavio", "-x", power_panel ? "1" : "0", "-d"};
-  char* argv[] = {&args[0][0], &args[1][0], &args[2][0], &args[3][0], nullptr};
-  static_cast<void>(tavio::run_tavio(static_cast<int>(std::size(args)), argv));
+  std::vector<char*> argv;
+  argv.reserve(args.size() + 1);
+  for (std::string& arg : args) {
+    argv.push_back(&arg[0]);
+  }
+  argv.push_back(nullptr);
+  static_cast<void>(tavio::run_tavio(static_cast<int>(args.size()), argv.data()));
   std::fflush(stdout);
   for (std::size_t i = 0; i < std::size(signals); ++i) {
     ::sigaction(signals[i], &saved[i], nullptr);
+  }
+}
+
+// The request answered as the display process asks: every response tavio writes is written as
+// Jansson writes it, as the display reads it.
+void answer_request(const std::string& request, std::uint8_t choice, const std::string& serial) {
+  const std::string root(tavio_fuzz::fuzz_root());
+  const std::string in = root + "/request.json", out = root + "/response.json";
+  std::ofstream(in, std::ios::binary) << request;
+  std::vector<std::string> args = {
+      "tavio", "-x", (choice & 0x08) != 0 ? "1" : "0", "-s", serial, "-i", in, "-o", out};
+  if ((choice & 0x10) != 0) {
+    args.emplace_back("-K");
+  }
+  run(args);
+  std::ifstream written_file(out, std::ios::binary);
+  if (!written_file) {
+    return;
+  }
+  const std::string written((std::istreambuf_iterator<char>(written_file)),
+                            std::istreambuf_iterator<char>());
+  const tavio::JsonPtr response =
+      tavio::json_own(json_loadb(written.data(), written.size(), JSON_ALLOW_NUL, nullptr));
+  char* text = response ? json_dumps(response.get(), JSON_COMPACT) : nullptr;
+  const bool same = text != nullptr && written == text;
+  std::free(text);
+  if (!same) {
+    tavio_fuzz::fuzz_fail("a response is not written as Jansson writes it", request);
   }
 }
 
@@ -139,9 +132,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
   const tavio_fuzz::ServedReplies served(std::move(replies));
   if ((choice & 0x03) == 1) {
-    run_dump((choice & 0x08) != 0);
+    run({"tavio", "-x", (choice & 0x08) != 0 ? "1" : "0", "-d"});
   } else {
-    answer_request(body, choice, serials);
+    answer_request(body, choice, serials[0]);
   }
   return 0;
 }

@@ -48,8 +48,6 @@ void fuzz_taglist(std::string_view text) {
   if (!list) {
     tavio_fuzz::fuzz_fail("an existing file did not load as a taglist", text);
   }
-  static_cast<void>(
-      get_taglist_default_ex(list.get(), "", "PIF%d_MEDIA", static_cast<int>(text.size())));
   // A change as tavio makes one (a port's media), and one under a key from the input.
   update_taglist_ex(list.get(), "LAN_MEDIA", "100baseTx-FD");
   update_taglist_ex(list.get(), keys.back().c_str(), std::string(text.substr(0, 32)).c_str());

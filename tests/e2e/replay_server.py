@@ -13,12 +13,10 @@ and the header and body lines the stand-in logs; a Host other than the real one,
 temporary file of tavio's in the run directory while a request is served, add a line of their
 own. --stats FILE: the number of connections accepted.
 
---fault MODE misbehaves on every request: chunked (chunks of 7 bytes, each sent on its own),
-close ("Connection: close" and the close), close-idle (closed after each reply without a
-word), http10 (HTTP/1.0, ended by the close), reset-reused (a connection that carried a reply
-is reset at the next request), reset (reset at the first request), garbage (no reply, then
-the close), truncated (a Content-Length 10 bytes past the body), status-300 (the reply whole,
-under a status just past the successful ones), stall (never answered).
+--fault MODE misbehaves on every request: close ("Connection: close" and the close),
+reset-reused (a connection that carried a reply is reset at the next request), reset (reset at
+the first request), garbage (no reply, then the close), status-300 (the reply whole, under a
+status just past the successful ones), stall (never answered).
 """
 import argparse
 import http.server
@@ -30,8 +28,7 @@ import sys
 import threading
 
 MAX_BODY = 1024 * 1024
-FAULTS = ("chunked", "close", "close-idle", "http10", "reset-reused", "reset", "garbage",
-          "truncated", "status-300", "stall")
+FAULTS = ("close", "reset-reused", "reset", "garbage", "status-300", "stall")
 TEMPORARY = ("wget_ext_hdr_", "wget_input_", "wget_result_")
 
 
@@ -133,32 +130,20 @@ class Handler(http.server.BaseHTTPRequestHandler):
             except OSError:
                 return  # the client gave up on the reply (a bound, a deadline)
             self.served += 1
-            self.close_connection = fault in ("close", "close-idle", "http10", "garbage",
-                                              "truncated")
+            self.close_connection = fault in ("close", "garbage")
 
     do_POST = do_GET
 
     def send(self, fault, status, data):
         status = 300 if fault == "status-300" else status
         head = "HTTP/1.1 %d %s\r\n" % (status, self.responses[status][0])
-        out = self.wfile
-        if fault == "chunked":
-            out.write((head + "Transfer-Encoding: chunked\r\n\r\n").encode("latin-1"))
-            for at in range(0, len(data), 7):
-                out.flush()  # the head, each chunk and the end on their own
-                out.write(b"%x\r\n%s\r\n" % (len(data[at:at + 7]), data[at:at + 7]))
-            out.flush()
-            out.write(b"0\r\n\r\n")
-        elif fault == "http10":
-            out.write(head.replace("HTTP/1.1", "HTTP/1.0").encode() + b"\r\n" + data)
-        elif fault == "garbage":
-            out.write(b"<html><body>busy</body></html>\r\n\r\n")
+        if fault == "garbage":
+            self.wfile.write(b"<html><body>busy</body></html>\r\n\r\n")
         else:
             close = "Connection: close\r\n" if fault == "close" else ""
-            more = 10 if fault == "truncated" else 0
-            out.write(("%s%sContent-Length: %d\r\n\r\n" % (head, close, len(data) + more))
-                      .encode() + data)
-        out.flush()
+            self.wfile.write(("%s%sContent-Length: %d\r\n\r\n" % (head, close, len(data)))
+                             .encode() + data)
+        self.wfile.flush()
 
 
 def main(argv):

@@ -46,7 +46,6 @@ stage=$work/stage
 DESTDIR=$stage cmake --install "$build" --prefix /usr >"$work/install.log" ||
   { cat "$work/install.log" >&2; die "cmake --install failed"; }
 schemas=$(cd "$stage" && find usr/share/tavio/schemas -type f | LC_ALL=C sort)
-[[ -f $stage/usr/bin/tavio && -n $schemas ]] || die "the staged install lacks tavio or schemas"
 
 openwrt=(make --no-print-directory -C "$packaging/openwrt" TOPDIR="$stubs/openwrt")
 firmware="-DTAVIO_TESTS=OFF -DTAVIO_ROOT_OVERRIDE=OFF"

@@ -29,31 +29,23 @@ run() {
 invalid='^Error: Input file ".*" is not a valid JSON file!$'
 success='^Success to generate output file'
 
-# Requests just over and just under the size limit, nested too deep, not UTF-8, endless.
+# Requests just over and just under the size limit, and endless. (Nesting too deep and bytes that
+# are not UTF-8: the JSON reader's unit table; a request that is no JSON: e2e request-not-json.)
 rep() { head -c "$2" /dev/zero | tr '\0' "$1"; }  # CHARACTER COUNT
 req() { printf '{"type":"valueRead","req":%s}' "$2" >"$work/$1.json"; }  # NAME REQ
 req over "{\"list\":[{\"k\":\"wan_status_$(rep 1 70000)\"}]}"
 req under "{\"list\":[{\"k\":\"wan_status_$(rep 1 60000)\"}]}"
-req deep "$(rep '[' 30000)$(rep ']' 30000)"
-req latin1 $'{"list":[{"k":"caf\xe9"}]}'
 req read '{"list":[{"k":"cpuload"}]}'
 req many "{\"list\":[$(yes '{"k":"wan_status_1"}' | head -n 400 | paste -sd,)]}"
-echo '{"old":1}' >"$out"
 run "request over the limit" "$invalid" -i "$work/over.json" -o "$out"
-[[ $(cat "$out") == '{"old":1}' ]] || fail "request over the limit: the old response was touched"
 run "request under the limit" "$success" -i "$work/under.json" -o "$out"
-run "nested thirty thousand deep" "$invalid" -i "$work/deep.json" -o "$out"
-run "bytes that are not UTF-8" "$invalid" -i "$work/latin1.json" -o "$out"
 run "an endless request file" "$invalid" -i /dev/zero -o "$out"
 
-# The output path: what is not a file (a directory, a FIFO, a socket, a device node) stays as
-# it is; a link is replaced, never followed.
+# The output path: what is not a file (a directory; a FIFO, as a socket or a device node would
+# be) stays as it is; a link is replaced, never followed.
 mkdir "$work/outdir"
 mkfifo "$work/outfifo"
-python3 -c 'import socket, sys; socket.socket(socket.AF_UNIX).bind(sys.argv[1])' "$work/outsocket"
-mknod "$work/outdevice" c 1 3 2>/dev/null || true  # as root only: a null device of our own
-for special in outdir outfifo outsocket outdevice; do
-  [[ -e $work/$special ]] || continue
+for special in outdir outfifo; do
   kind=$(stat -c %F "$work/$special")
   run "output is a $kind" "^Fail to generate output file $work/$special !\$" \
     -i "$work/read.json" -o "$work/$special"
@@ -75,10 +67,6 @@ run "long paths" "^Success to generate output file $long/response.json\$" \
   -i "$long/request.json" -o "$long/response.json"
 [[ $(cat "$long/response.") == unrelated ]] || fail "long paths: the file at the cut name was replaced"
 grep -q '"k":"cpuload"' "$long/response.json" || fail "long paths: $(head -c 200 "$long/response.json")"
-longer=$work/$(rep q 5000)
-run "a path longer than the system takes" "^Fail to generate output file $longer !\$" \
-  -i "$work/read.json" -o "$longer"
-run "a request path longer than the system takes" "$invalid" -i "$longer" -o "$out"
 
 # Without its run directory every value still gets its (empty) answer.
 mv "$rundir" "$work/rundir"

@@ -98,9 +98,8 @@ exit 1'
 
 # The slow ones run side by side.
 setup device-hangs "$read_input" capwap_cli "$hang"
-setup api-hangs '{"type":"valueRead","req":{"list":[{"k":"cpuload"}]}}' wget_https "$hang"
 setup budget "$read_three" wget_https "$slow_api"
-for name in device-hangs api-hangs budget; do run "$name" >"$work/$name.took" & done
+for name in device-hangs budget; do run "$name" >"$work/$name.took" & done
 
 # The caller's signal state, handed on through exec: the fetch tool notes the state it was
 # started with, then answers as usual.
@@ -119,8 +118,6 @@ else:
     for s in (signal.SIGCHLD, signal.SIGINT, signal.SIGPIPE, signal.SIGUSR1, signal.SIGRTMAX):
         signal.signal(s, signal.SIG_IGN)
 os.execvp(sys.argv[2], sys.argv[2:])' "$state")" 0 3
-  cmp -s "$work/caller-$state/response.json" "$work/caller-blocked/response.json" ||
-    fail "caller-$state: answered otherwise than with signals blocked"
   ! grep -q '"v":""' "$work/caller-$state/response.json" ||
     fail "caller-$state: a value came back empty: $(cat "$work/caller-$state/response.json")"
   # Under an emulator the tools are the emulator's children: only a native run tells.
@@ -177,7 +174,6 @@ wait
 # A device tool's deadline is 10 s, the fetch tool's 12 s; two calls of 11 s spend the 20 s
 # budget, so the third item's call is never started.
 expect device-hangs "$(<"$work/device-hangs.took")" 9 14 capwap_cli
-expect api-hangs "$(<"$work/api-hangs.took")" 11 16 wget_https
 expect budget "$(<"$work/budget.took")" 21 27 wget_https
 [[ $(wc -l <"$work/budget/root/calls") -eq 2 ]] ||
   fail "budget: calls after the budget was spent: $(cat "$work/budget/root/calls")"

@@ -2,17 +2,26 @@
 """Checks tavio's documents against the JSON Schemas in schemas/ (draft 2020-12).
 
     validate_documents.py [--schemas DIR] [--as KIND] FILE...
+    validate_documents.py --golden
 
 KIND is one of KINDS, else each file's kind follows from its "type" and whether its body is
 under "req" or "resp". Exit status 1 when a file is not valid, 2 when the validator cannot be
 used. The schemas are loaded from the one folder, never fetched.
+
+--golden: every response and menu update a case of tests/e2e/cases expects tavio to write
+(expected.json, unless it is the old response output.initial left in place) and every request
+it sends is valid, but for the requests in REFUSED and TOLERATED, which are not and which the
+case shows tavio refusing or answering; hand-made documents, each a golden one with one fault,
+are all rejected. Exit status 77 (skipped) when python3-jsonschema is missing.
 """
 
 import argparse
 import collections
+import copy
 import glob
 import json
 import os
+import pathlib
 import sys
 
 try:
@@ -126,12 +135,147 @@ class Documents:
             or "none")
 
 
+
+CASES = pathlib.Path(SCHEMAS).parent / "tests" / "e2e" / "cases"
+
+# Requests of a type tavio answers that it refuses for what they hold (no req, no panel, a font
+# table that is not an array, a ref that names no menu): no response, an "Error: " line. (A
+# request of any other type, or not JSON, is refused and no schema's.)
+REFUSED = {"request-no-req", "menu-no-panel", "menu-font-not-array", "menu-ref-unknown"}
+# Requests tavio answers though they are not well formed: list elements that are not objects or
+# lack k or v (skipped, or v taken as ""), no list (answered with an empty one).
+TOLERATED = {"read-identifiers", "read-no-list", "write-declined-and-unknown"}
+
+
+def load(path):
+    return json.loads(path.read_text(encoding="utf-8"))
+
+
+def items(menu):
+    """Every item of a menu, submenus and dashboard groups included."""
+    for item in menu:
+        yield item
+        yield from items(item.get("m", []))
+        yield from items(item.get("i", {}).get("m", []))
+
+
+def first(document, test):
+    body = document.get("resp") or document.get("req")
+    return next(found for found in items(body["menu"]) if test(found))
+
+
+def item(document, wanted):
+    return first(document, lambda found: found.get("id") == wanted)
+
+
+def entry(document):
+    return document["resp"]["list"][0]
+
+
+def is_poll(found):
+    return "qt" in found.get("c", {})
+
+
+# Hand-made faults, by the golden document (case, request or response) each one changes.
+FAULTS = {
+    ("write-reboot", "response"): [
+        ("an action_status without its message", lambda d: entry(d).pop("msg")),
+        ("an unknown action_status", lambda d: entry(d).update(action_status="halting"))],
+    ("read-systime", "response"): [
+        ("a value that is not a string", lambda d: entry(d).update(v=7)),
+        ("a value read answered as a value write", lambda d: d.update(type="valueWrite"))],
+    ("menu-top-default", "response"): [
+        ("an item with both c and m", lambda d: item(d, "system_main").update(c={"st": "x"})),
+        ("a poll entry without ttl", lambda d: first(d, is_poll)["c"].pop("ttl")),
+        ("an unknown choice", lambda d: item(d, "reboot")["c"].update(select=["No", "Maybe"])),
+        ("a menu answer with its body under req", lambda d: d.update(req=d.pop("resp")))],
+    ("menu-named-main-signed-out", "response"): [
+        ("a ref that names no menu", lambda d: d["resp"].update(ref="Main_menu"))],
+    ("menu-dashboard-home", "response"): [
+        ("a dashboard line lit with another word",
+         lambda d: item(d, "wan_info_dashboard")["i"]["il"][0].update({"is": "off"}))],
+    ("menu-update-keycode", "response"): [
+        ("a keypad input type other than ks", lambda d: d["req"]["it"][0].update(tp="kb"))],
+    ("menu-update-text", "response"): [
+        ("custom content with a title", lambda d: d["req"]["menu"][0].update(t="Title"))],
+    ("menu-top-default", "request"): [
+        ("an empty font table", lambda d: d["req"]["panel"].update(font=[]))],
+    ("read-systime", "request"): [
+        ("an identifier that is a number", lambda d: d["req"]["list"][0].update(k=7))],
+    ("write-reboot", "request"): [
+        ("a request type in the wrong case", lambda d: d.update(type="valuewrite"))],
+}
+
+
+def documents_of(name):
+    """A case's request (None for a menu update; not JSON: raises ValueError), its kind (None
+    for a type no schema has) and the response it expects (None when tavio writes none)."""
+    case = CASES / name
+    request = load(case / "request.json") if (case / "request.json").exists() else None
+    kind = request.get("type") if isinstance(request, dict) else None
+    expected, initial = case / "expected.json", case / "output.initial"
+    kept = initial.exists() and initial.read_bytes() == expected.read_bytes()
+    response = load(expected) if expected.exists() and not kept else None
+    return request, kind if kind in REQUEST_TYPES else None, response
+
+
+def check_golden():
+    try:
+        documents = Documents()
+    except ValidatorMissing as error:
+        print("SKIP: %s" % error)
+        return 77
+    failures, rejected = [], 0
+
+    def check(document, kind, name):
+        try:
+            documents.check(document, kind, name)
+        except SchemaViolation as error:
+            failures.append(str(error))
+
+    for name in sorted(case.name for case in CASES.iterdir()):
+        try:
+            request, kind, response = documents_of(name)
+        except ValueError:
+            request, kind, response = {}, None, None  # not JSON
+        if request is not None and (kind is None or name in REFUSED | TOLERATED):
+            if kind and not documents.errors(request, kind + ".request"):
+                failures.append("%s: the request is valid, yet refused or tolerated" % name)
+            rejected += 1
+        elif request is not None:
+            check(request, kind + ".request", name)
+        if response is not None:
+            check(response, kind + ".response" if request else "menuUpdate", name)
+
+    planted = [({}, kind, "an empty object as " + kind) for kind in KINDS]
+    for (name, role), faults in FAULTS.items():
+        request, kind, response = documents_of(name)
+        document = request if role == "request" else response
+        kind = "%s.%s" % (kind, role) if request else "menuUpdate"
+        for what, change in faults:
+            planted.append((copy.deepcopy(document), kind, "%s (%s of %s)" % (what, role, name)))
+            change(planted[-1][0])
+    accepted = [what for document, kind, what in planted if not documents.errors(document, kind)]
+    failures += ["accepted: " + what for what in accepted]
+
+    failures += ["no golden %s was checked" % kind for kind in KINDS
+                 if not documents.counts[kind]]
+    print("golden cases: %s; %d bad requests and %d of %d faulty documents rejected" % (
+        documents.summary(), rejected, len(planted) - len(accepted), len(planted)))
+    for failure in failures:
+        print("FAIL " + failure)
+    return 1 if failures else 0
+
+
 def main(argv):
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n", 1)[0])
     parser.add_argument("--schemas", default=SCHEMAS, help="the folder of the schema files")
     parser.add_argument("--as", dest="kind", choices=KINDS, help="the kind of every file")
-    parser.add_argument("files", nargs="+", metavar="FILE")
+    parser.add_argument("--golden", action="store_true", help="check the golden cases")
+    parser.add_argument("files", nargs="*", metavar="FILE")
     options = parser.parse_args(argv)
+    if options.golden or not options.files:
+        return check_golden() if options.golden else parser.error("no FILE given")
     try:
         documents = Documents(options.schemas)
     except (ValidatorMissing, OSError, ValueError) as error:

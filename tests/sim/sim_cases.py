@@ -6,8 +6,9 @@ changes from one exchange to the next. One case per run (CTest's sim.NAME tests)
 
 Each case starts its own simulator (tests/sim/scenario.json) in a fresh copy of sim/router,
 runs tavio with sim/live-bin first on PATH (tools/check-standins before every run), compares
-the texts and write statuses the panel would show and checks each document against schemas/;
-then no machine-changing stand-in may have run and no temporary file may be left. Exit status
+the texts and write statuses the panel would show and checks each document against schemas/.
+(What one exchange shows on its own, the tools it runs and the files it leaves among them, the
+end-to-end cases hold.) Exit status
 77 without curl. With TAVIO_API_TRANSPORT=http tavio asks the simulator itself, and its own
 client waits the API's whole 10 s time-out: the reply held back 6 s is then shown.
 """
@@ -19,7 +20,6 @@ import signal
 import subprocess
 import sys
 import tempfile
-import time
 from pathlib import Path
 
 REPO = os.path.normpath(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", ".."))
@@ -30,58 +30,33 @@ LIVE_BIN = os.path.join(REPO, "sim", "live-bin")
 SIMCTL = os.path.join(REPO, "sim", "simulator", "simctl")
 SCENARIO = os.path.join(REPO, "tests", "sim", "scenario.json")
 OVER_HTTP = os.environ.get("TAVIO_API_TRANSPORT") == "http"
-MACHINE_CHANGING = ("reboot", "restoreconfig", "saveconfig", "activate")
 
 # What the panel shows, 21 characters a line.
 CPU_7 = "CPU Load:          7%"
 WAN1_UP = "Status:     Connected\nIP:      203.0.113.25"
-VPN_NONE = "Cannot get VPN status\n. Please back to Syst\nem Status menu to ref\nresh VPN links."
-NO_API = {"cpuload": "", "wan_status_1": "", "remote_assist": "", "vpn_status_1": VPN_NONE}
-PMU, EXT, PDU = "PMU1A2B3C4D5E6", "EXT0000000001A", "PDU00000000001"
-PDU_TEMP = {"pdu_status_temp_" + PDU: "Temperature:\n       35 degree Cel."}
-
-
-def unreachable(unit):
-    """The unit's failure text, cut into lines of 21 characters as the panel shows it."""
-    text = "Fail to get status. Please check the %s connection." % unit
-    return "\n".join(text[at:at + 21] for at in range(0, len(text), 21))
+PMU = "PMU1A2B3C4D5E6"
 
 
 def ctl(*args): return ("ctl", list(args))
 def read(values): return ("read", values)
 def write(key, sent, shown, status): return ("write", key, sent, shown, status)
-def event(text): return ("event", text)  # a line of the simulator's own event log
-def logged(line): return ("log", line)  # a line of the stand-ins' command log
 
 
 CASES = {
     "moving-figures": [
-        ctl("clock", "10"), read({"cpuload": CPU_7, "wan_status_1": WAN1_UP,
-                                  "vpn_status_1": "HQ[SECURED]:\n          ESTABLISHED"}),
+        ctl("clock", "10"), read({"cpuload": CPU_7, "wan_status_1": WAN1_UP}),
         ctl("clock", "70"), read({"cpuload": "CPU Load:         93%",
-                                  "wan_status_1": "Status:  Disconnected"}),
-        ctl("clock", "110"), read({"cpuload": CPU_7, "wan_status_1": WAN1_UP})],
+                                  "wan_status_1": "Status:  Disconnected"})],
     "writes-stick": [
         write("remote_assist", "Off", "Off", "ok"), read({"remote_assist": ""}),
-        event("remote assistance off"),
         write("remote_assist", "On", "On", "ok"), read({"remote_assist": "On"}),
         read({"pmu_port_ctrl_%s_2" % PMU: "OFF"}),
         write("pmu_port_ctrl_%s_2" % PMU, "ON", "ON", "ok"),
-        read({"pmu_port_ctrl_%s_2" % PMU: "ON", "pmu_port_ctrl_%s_1" % PMU: "ON"}),
-        logged("capwap_cli iotdevport_set %s 2:on" % PMU)],
+        read({"pmu_port_ctrl_%s_2" % PMU: "ON", "pmu_port_ctrl_%s_1" % PMU: "ON"})],
     "slow-reply": [
         ctl("fault", "slow", "on"),
         read({"cpuload": CPU_7 if OVER_HTTP else "", "wan_status_1": WAN1_UP,
               "remote_assist": "On"})],
-    "api-down-and-back": [
-        ctl("fault", "api_down", "on"), read(NO_API), write("remote_assist", "Off", "", "failed"),
-        ctl("fault", "api_down", "off"), read({"cpuload": CPU_7, "remote_assist": "On"}),
-        ctl("fault", "http_500", "on"), read(NO_API)],
-    "unit-leaves": [
-        read(dict(PDU_TEMP, **{"ext_pmu_status_port_" + EXT: "Port Status:       ON"})),
-        ctl("unit", "remove", EXT), event("unit remove %r" % EXT),
-        read(dict(PDU_TEMP, **{"ext_pmu_status_port_" + EXT: unreachable("External PMU")})),
-        write("pmu_port_ctrl_%s_1" % EXT, "ON", "", "failed")],
 }
 
 
@@ -104,7 +79,7 @@ def main(argv):
     env.pop("TAVIO_SIM_API_DOWN", None)
     env.pop("SIM_WGET_TIMEOUT", None)
     env.update({"SIM_WGET_TIMEOUT": "1"} if name == "slow-reply" else {})  # the reply takes 6 s
-    documents, failures, took = validate_documents.Documents(), [], 0.0
+    documents, failures = validate_documents.Documents(), []
 
     def simctl(*args):
         done = subprocess.run([sys.executable, SIMCTL, args[0], root, *args[1:]],
@@ -114,16 +89,13 @@ def main(argv):
 
     def exchange(kind, items):
         """The answers of tavio's response, as (key, text, write status) each."""
-        nonlocal took
         subprocess.run(["bash", Path(REPO, "tools", "check-standins"), LIVE_BIN], env=env,
                        check=True)
         request = {"type": kind, "req": {"list": items}}
         in_file.write_text(json.dumps(request))
         out_file.unlink(missing_ok=True)
-        started = time.monotonic()
         subprocess.run(command + ["-i", in_file, "-o", out_file], env=env, cwd=work,
                        stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, timeout=60, check=True)
-        took = time.monotonic() - started
         response = json.loads(out_file.read_text())
         documents.check_exchange(request, response)
         return [(item["k"], item["v"], item.get("status")) for item in response["resp"]["list"]]
@@ -145,20 +117,6 @@ def main(argv):
                 got = exchange("valueWrite", [{"k": key, "v": sent}])
                 if got != [(key, shown, status)]:
                     failures.append("write: %r, expected %r" % (got, [(key, shown, status)]))
-            else:
-                path = log if kind == "log" else root / "sim" / "state" / "events.log"
-                if not any(line == args[0] or line.endswith(" " + args[0])
-                           for line in path.read_text().splitlines()):
-                    failures.append("%s has no line %r" % (path.name, args[0]))
-        if name == "slow-reply" and (took >= 5) != OVER_HTTP:
-            failures.append("the slow reply was %swaited for (%.1f s)"
-                            % ("not " if OVER_HTTP else "", took))
-        failures.extend("a machine-changing stand-in ran: " + line
-                        for line in log.read_text().splitlines()
-                        if line.split(" ", 1)[0] in MACHINE_CHANGING)
-        failures.extend("temporary file left in the run directory: " + left.name
-                        for left in (root / "var" / "run" / "dorva" / "tavio").iterdir()
-                        if left.name.startswith("wget_") or ".part." in left.name)
     except (RuntimeError, OSError, ValueError, KeyError, subprocess.SubprocessError) as error:
         failures.append(str(error))
     finally:
