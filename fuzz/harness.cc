@@ -35,10 +35,6 @@ std::string g_root;  // the root tavio runs on
 std::optional<Words> g_replies;
 std::size_t g_next_reply = 0;
 
-bool starts_with(std::string_view text, std::string_view prefix) {
-  return text.substr(0, prefix.size()) == prefix;
-}
-
 // An argument tavio gives: neither empty nor an option.
 bool is_word(std::string_view arg) { return !arg.empty() && arg[0] != '-'; }
 
@@ -65,7 +61,7 @@ std::string check_fetch(const tavio::Command& command) {
     }
   }
   std::string result = options["-O"];
-  if (i + 1 != args.size() || !starts_with(args[i], "http://127.0.0.1:") ||
+  if (i + 1 != args.size() || args[i].rfind("http://127.0.0.1:", 0) != 0 ||
       args[i].find("/api/") == std::string::npos || options["-T"].empty() ||
       options["-e"].empty() || command.output != tavio::CommandOutput::kDiscard ||
       (!result.empty() &&

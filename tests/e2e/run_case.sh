@@ -26,7 +26,6 @@ skip() { echo "SKIP $name: $*"; exit 77; }
 case_dir=$(cd "$1" && pwd) || die "no case directory $1"
 binary=$(realpath "$2")
 shift 2
-[[ -x $binary ]] || die "no tavio binary at $binary"
 emulator=("$@")
 [[ $# -gt 0 || -z ${TAVIO_EMULATOR:-} ]] || read -r -a emulator <<<"$TAVIO_EMULATOR"
 
@@ -36,8 +35,6 @@ source "$repo/tools/check-standins"
 name=$(basename "$case_dir")
 update=${TAVIO_UPDATE_GOLDEN:-}
 transport=${TAVIO_API_TRANSPORT:-tool}
-[[ -f $case_dir/args ]] || die "$name: no args file"
-[[ -f $case_dir/expected.stdout || -n $update ]] || die "$name: no expected.stdout"
 [[ $transport == @(tool|http) ]] || die "TAVIO_API_TRANSPORT must be tool or http"
 [[ $transport == tool || -z $update ]] || die "goldens are written with the tool transport"
 
@@ -110,7 +107,6 @@ fi
 uptime_hook=()
 if [[ -f $case_dir/uptime ]]; then
   uptime=$(<"$case_dir/uptime")
-  [[ $uptime =~ ^[0-9]+$ ]] || die "$name: uptime: not a number of seconds"
   strace -o /dev/null true 2>/dev/null || skip "strace is missing or may not trace here"
   field=$(printf '%0*x' $(($(getconf LONG_BIT) / 4)) "$uptime")
   if [[ $(printf '\1\0' | od -An -tu2 | tr -d ' ') == 1 ]]; then  # little-endian

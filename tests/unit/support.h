@@ -36,7 +36,6 @@ inline std::string dump(const json_t* value) {
 }
 inline std::string dump(const JsonPtr& value) { return dump(value.get()); }
 
-/// n copies of a character, of one byte or several.
 inline std::string rep(std::size_t n, const std::string& character) {
   std::string text;
   for (std::size_t i = 0; i < n; ++i) {
@@ -76,7 +75,6 @@ class TempRootTest : public ::testing::Test {
   [[nodiscard]] std::string host(const std::string& router_path) const {
     return path_ + router_path;
   }
-  /// Writes a router file, creating its folders.
   void write(const std::string& router_path, const std::string& text) const {
     std::filesystem::create_directories(std::filesystem::path(host(router_path)).parent_path());
     std::ofstream(host(router_path), std::ios::binary | std::ios::trunc) << text;
@@ -91,7 +89,6 @@ class TempRootTest : public ::testing::Test {
   [[nodiscard]] bool exists(const std::string& router_path) const {
     return std::filesystem::exists(host(router_path));
   }
-  /// The names in a router folder, sorted.
   [[nodiscard]] std::vector<std::string> list(const std::string& router_dir) const {
     std::vector<std::string> names;
     std::error_code ignored;
