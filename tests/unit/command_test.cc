@@ -52,6 +52,17 @@ TEST(Command, OutcomesOfWaitedTools) {
 
 class CommandTest : public TempRootTest {};
 
+// The program run is the one the PATH of the moment finds: a changed PATH is searched again.
+TEST_F(CommandTest, ChangedPathIsSearchedAgain) {
+  const Command probe{"tavio-probe", {}, kAmple, CommandOutput::kCapture};
+  stand_in("tavio-probe", "#!/bin/sh\nprintf first\n");
+  EXPECT_EQ(run_command(probe), "first");
+  write("/other-bin/tavio-probe", "#!/bin/sh\nprintf second\n");
+  std::filesystem::permissions(host("/other-bin/tavio-probe"), std::filesystem::perms::owner_all);
+  ::setenv("PATH", (host("/other-bin") + ":" + std::getenv("PATH")).c_str(), 1);
+  EXPECT_EQ(run_command(probe), "second");
+}
+
 // A step that outlives its deadline is killed with its group, and the sequence goes on.
 TEST_F(CommandTest, DetachedStepsRunInOrderAfterTheCallerMovedOn) {
   const std::string log = host("/steps.log");
