@@ -15,8 +15,8 @@ own. --stats FILE: the number of connections accepted.
 
 --fault MODE misbehaves on every request: close ("Connection: close" and the close),
 reset-reused (a connection that carried a reply is reset at the next request), reset (reset at
-the first request), garbage (no reply, then the close), status-300 (the reply whole, under a
-status just past the successful ones), stall (never answered).
+the first request), garbage (no reply, then the close), status-299 and status-300 (the reply
+whole, under the last successful status and the one just past it), stall (never answered).
 """
 import argparse
 import http.server
@@ -28,7 +28,7 @@ import sys
 import threading
 
 MAX_BODY = 1024 * 1024
-FAULTS = ("close", "reset-reused", "reset", "garbage", "status-300", "stall")
+FAULTS = ("close", "reset-reused", "reset", "garbage", "status-299", "status-300", "stall")
 TEMPORARY = ("wget_ext_hdr_", "wget_input_", "wget_result_")
 
 
@@ -135,8 +135,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
     do_POST = do_GET
 
     def send(self, fault, status, data):
-        status = 300 if fault == "status-300" else status
-        head = "HTTP/1.1 %d %s\r\n" % (status, self.responses[status][0])
+        status = {"status-299": 299, "status-300": 300}.get(fault, status)
+        head = "HTTP/1.1 %d %s\r\n" % (status, self.responses.get(status, ("Fine",))[0])
         if fault == "garbage":
             self.wfile.write(b"<html><body>busy</body></html>\r\n\r\n")
         else:

@@ -33,7 +33,7 @@ REQUESTS = {
 # those of a server that is down. Each request is sent once, after a close on a new connection.
 # (A kept connection closed without a word while idle goes the way of one reset when the next
 # request comes: reset-reused below.)
-CASES = [("close", "read", "served")] + [
+CASES = [("close", "read", "served"), ("status-299", "read", "served")] + [
     (fault, label, "down") for fault in ("reset", "garbage", "status-300")
     for label in ("read", "write")]
 

@@ -111,6 +111,7 @@ TEST(LayoutWrap, BreaksAtWidthValuesAlignRight) {
                {chars(42), 21, two_full_lines, two_full_lines},
                {k43, 21, three_lines, three_lines},
                {"abc", 0, "", ""},
+               {"ab", 1, "a\nb", "a\nb"},
                {rep(21, "€"), 21, rep(21, "€"), rep(21, "€")},
                {rep(22, "𝄞"), 21, rep(21, "𝄞") + "\n𝄞", rep(21, "𝄞") + "\n𝄞"},
                {"Réseau-Mobile-Français-Ouest", 21, "Réseau-Mobile-Françai\ns-Ouest",
