@@ -359,7 +359,7 @@ bool watch_may_share_memory() {
 }
 
 // The watch process. Sharing tavio's memory spares copying tavio's page tables (and freeing
-// them again) for a process that only ever reads a pipe: the copy took about a tenth of a
+// them again) for a process that only ever reads a pipe: the copy took about a twentieth of a
 // power unit menu's time. Where the system only shares memory between threads (a user-mode
 // emulator answers EINVAL), the watch is a copy of tavio.
 pid_t start_watch_process() {
