@@ -1,12 +1,31 @@
 #include "text/utf8.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
 
 namespace tavio {
 namespace {
 
 // Most of what tavio lays out is ASCII: one test per byte, no call.
 inline bool is_ascii(char c) { return static_cast<unsigned char>(c) < 0x80; }
+
+// How many bytes at the start of text are ASCII. Replies and menus are mostly ASCII, so eight
+// bytes are tested in one step while they last.
+std::size_t ascii_run(std::string_view text) {
+  constexpr std::uint64_t kHighBits = 0x8080808080808080U;
+  std::size_t at = 0;
+  for (std::uint64_t eight = 0; at + sizeof eight <= text.size(); at += sizeof eight) {
+    std::memcpy(&eight, text.data() + at, sizeof eight);
+    if ((eight & kHighBits) != 0) {
+      break;
+    }
+  }
+  while (at < text.size() && is_ascii(text[at])) {
+    ++at;
+  }
+  return at;
+}
 
 // One character of a text: its bytes and whether they are well-formed UTF-8.
 struct Utf8Char {
@@ -58,10 +77,7 @@ Utf8Prefix utf8_prefix(std::string_view text, std::size_t count) {
   while (prefix.length < count && prefix.size < text.size()) {
     // A run of ASCII bytes, each one character, then at most one character of several bytes.
     const std::size_t run = std::min(count - prefix.length, text.size() - prefix.size);
-    std::size_t ascii = 0;
-    while (ascii < run && is_ascii(text[prefix.size + ascii])) {
-      ++ascii;
-    }
+    const std::size_t ascii = ascii_run(text.substr(prefix.size, run));
     prefix.size += ascii;
     prefix.length += ascii;
     if (ascii < run) {
@@ -76,9 +92,9 @@ std::size_t utf8_length(std::string_view text) { return utf8_prefix(text, text.s
 
 bool utf8_well_formed(std::string_view text) {
   for (std::size_t at = 0; at < text.size();) {
-    if (is_ascii(text[at])) {
-      ++at;
-      continue;
+    at += ascii_run(text.substr(at));
+    if (at == text.size()) {
+      break;
     }
     const Utf8Char c = multibyte_char_at(text, at);
     if (!c.well_formed) {
