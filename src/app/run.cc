@@ -13,6 +13,7 @@
 #include "platform/os.h"
 #include "platform/process_state.h"
 #include "platform/temp_file.h"
+#include "sources/local_api.h"
 #include "tavio/exchange.h"
 #include "tavio/panel_layout.h"
 
@@ -50,7 +51,9 @@ int run_tavio(int argc, char** argv) {
     std::puts(refused->c_str());
     return 0;
   }
-  sweep_abandoned_temp_files();
+  if (!kApiOverHttp) {
+    sweep_abandoned_temp_files();  // only the API's tool calls leave temporary files
+  }
   const Options options = parse_options(argc, argv);
   if (options.dump) {
     run_dump_mode(options.panel_type);
