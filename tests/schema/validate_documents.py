@@ -256,4 +256,5 @@ def check_golden():
 
 
 if __name__ == "__main__":
-    sys.exit(check_golden() if sys.argv[1:] == ["--golden"] else "usage: validate_documents.py --golden")
+    sys.exit(check_golden() if sys.argv[1:] == ["--golden"] else
+             "usage: validate_documents.py --golden")
