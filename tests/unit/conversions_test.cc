@@ -105,6 +105,7 @@ TEST(OutsideText, TextThatWouldBeCutOrReadAsAnOptionIsRefused) {
 Options parse(std::vector<std::string> args) {
   args.insert(args.begin(), "tavio");
   std::vector<char*> argv;
+  argv.reserve(args.size() + 1);
   for (std::string& arg : args) {
     argv.push_back(arg.data());
   }
