@@ -1,21 +1,17 @@
 #!/usr/bin/env python3
 """Checks tavio's documents against the JSON Schemas in schemas/ (draft 2020-12).
 
-    validate_documents.py [--schemas DIR] [--as KIND] FILE...
     validate_documents.py --golden
 
-KIND is one of KINDS, else each file's kind follows from its "type" and whether its body is
-under "req" or "resp". Exit status 1 when a file is not valid, 2 when the validator cannot be
-used. The schemas are loaded from the one folder, never fetched.
-
---golden: every response and menu update a case of tests/e2e/cases expects tavio to write
-(expected.json, unless it is the old response output.initial left in place) and every request
-it sends is valid, but for the requests in REFUSED and TOLERATED, which are not and which the
-case shows tavio refusing or answering; hand-made documents, each a golden one with one fault,
-are all rejected. Exit status 77 (skipped) when python3-jsonschema is missing.
+Every response and menu update a case of tests/e2e/cases expects tavio to write (expected.json,
+unless it is the old response output.initial left in place) and every request it sends is
+valid, but for the requests in REFUSED and TOLERATED, which are not and which the case shows
+tavio refusing or answering; hand-made documents, each a golden one with one fault, are all
+rejected. Exit status 77 (skipped) when python3-jsonschema is missing. The schemas are loaded
+from the one folder, never fetched. The simulator cases and the emulator walk check the
+documents they exchange with Documents.
 """
 
-import argparse
 import collections
 import copy
 import glob
@@ -78,14 +74,6 @@ def _validators(folder):
                    for kind in KINDS}
     return {kind: jsonschema.Draft202012Validator(store[kind + ".schema.json"], **options[kind])
             for kind in KINDS}
-
-
-def kind_of(document):
-    """The kind a document says it is, or None."""
-    doc_type = document.get("type") if isinstance(document, dict) else None
-    if doc_type in REQUEST_TYPES:
-        return doc_type + (".response" if "resp" in document else ".request")
-    return "menuUpdate" if doc_type == "menuUpdate" else None
 
 
 def describe(error):
@@ -267,34 +255,6 @@ def check_golden():
     return 1 if failures else 0
 
 
-def main(argv):
-    parser = argparse.ArgumentParser(description=__doc__.split("\n\n", 1)[0])
-    parser.add_argument("--schemas", default=SCHEMAS, help="the folder of the schema files")
-    parser.add_argument("--as", dest="kind", choices=KINDS, help="the kind of every file")
-    parser.add_argument("--golden", action="store_true", help="check the golden cases")
-    parser.add_argument("files", nargs="*", metavar="FILE")
-    options = parser.parse_args(argv)
-    if options.golden or not options.files:
-        return check_golden() if options.golden else parser.error("no FILE given")
-    try:
-        documents = Documents(options.schemas)
-    except (ValidatorMissing, OSError, ValueError) as error:
-        print("validate_documents: %s" % error, file=sys.stderr)
-        return 2
-    invalid = 0
-    for path in options.files:
-        try:
-            with open(path, encoding="utf-8") as handle:
-                document = json.load(handle)
-            kind = options.kind or kind_of(document)
-            documents.check(document, kind, path)
-            print("%s: valid %s" % (path, kind))
-        except (OSError, ValueError) as error:  # SchemaViolation is a ValueError
-            print(error if isinstance(error, SchemaViolation) else
-                  "%s: not a JSON document: %s" % (path, error))
-            invalid += 1
-    return 1 if invalid else 0
-
-
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1:]))
+    sys.exit(check_golden() if sys.argv[1:] == ["--golden"] else
+             "usage: validate_documents.py --golden")

@@ -1,6 +1,6 @@
-// Item identifiers: where the reading keeps less than a menu wrote (long unit serials), the cut
-// is the one the panel has always seen, and a unit's own menu hands out no identifier its
-// serial does not come back from whole. That each key lands on its own row is end to end.
+// Item identifiers: a unit's own menu hands out no identifier its serial does not come back from
+// whole, which holds where the reading keeps less than a menu wrote (long unit serials); battery
+// numbers. That each key lands on its own row is end to end.
 #include "protocol/item_ids.h"
 
 #include <gtest/gtest.h>
@@ -17,33 +17,6 @@ namespace tavio {
 namespace {
 
 const std::string kSerial14 = "PMU1A2B3C4D5E6";
-
-// Longer serials come back as the reading keeps them; a port control reads exactly 14
-// characters, so another length moves the port.
-TEST(ItemIds, LongSerialsComeBackCutAsTheReadingKeepsThem) {
-  const std::string serial40(40, 'S');
-  const struct {
-    ItemKey key;
-    ItemArgs written;
-    ItemArgs read;
-  } cases[] = {
-      {item::kPduPortState, {0, serial40}, {0, std::string(31, 'S')}},
-      {item::kPortControl, {3, kSerial14}, {3, kSerial14}},
-      {item::kPortControl, {3, "ABC"}, {0, "ABC_3"}},
-      {item::kPortControl, {12, "ABCDEFGHIJKLM"}, {2, "ABCDEFGHIJKLM_"}},
-      // The identifier itself is cut to 63 characters, as the menus' buffers cut it.
-      {item::kPortControl, {5, serial40 + serial40}, {0, std::string(14, 'S')}},
-  };
-  for (const auto& c : cases) {
-    const std::string id = format_item_id(c.key, c.written);
-    SCOPED_TRACE(id);
-    EXPECT_LE(id.size(), 63u);
-    const std::optional<ItemArgs> args = read_item_suffix(c.key, id.c_str());
-    ASSERT_TRUE(args);
-    EXPECT_EQ(args->number, c.read.number);
-    EXPECT_EQ(args->unit, c.read.unit);
-  }
-}
 
 // Every identifier in a menu tree ("id" and "k") that a value-read row reads.
 std::vector<std::string> row_identifiers(const JsonPtr& menu) {

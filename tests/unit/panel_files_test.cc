@@ -94,8 +94,6 @@ TEST_F(PanelAccessTest, StateTable) {
        PanelAccessState::kSignedOut, "LATEST_ACCESS=9\n"},
       {"no passcode: nothing to sign in to", "OTHER=1\n", "LATEST_ACCESS=9\n",
        PanelAccessState::kNormal, "LATEST_ACCESS=9\n"},
-      {"empty passcode", "ADMIN_PANEL_PASSCODE=\"\"\n", std::nullopt, PanelAccessState::kNormal,
-       std::nullopt},
       {"signed in", "ADMIN_PANEL_PASSCODE=1A2B\n", "LATEST_ACCESS=9\nMMI_LOGIN_KEYCODE=1A2B\n",
        PanelAccessState::kSignedIn, "LATEST_ACCESS=9\nMMI_LOGIN_KEYCODE=1A2B\n"},
       {"passcode changed since: cleared", "ADMIN_PANEL_PASSCODE=1A2C\n",

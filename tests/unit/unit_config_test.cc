@@ -14,12 +14,6 @@
 namespace tavio {
 namespace {
 
-// The literal in the same compact, sorted form.
-std::string doc(const std::string& literal) {
-  const JsonPtr value = json_own(json_loads(literal.c_str(), JSON_DECODE_ANY, nullptr));
-  return value ? dump(value) : "(bad literal) " + literal;
-}
-
 // A text item in the compact, sorted form; st is the panel text with real line breaks.
 std::string text_item(const char* id, const char* title, const char* st) {
   return dump(JsonObjectBuilder()
@@ -107,7 +101,8 @@ TEST(Schedules, UnusableEntriesLeaveNoGapInNumbers) {
                 "Port 1 Action:    OFF\nPort 2 Action:    N/A\n"
                 "Execution Time: 12:00\nFrequency:\n          Monthly - 1") +
       R"(,{"t":"---------------------"}]})";
-  EXPECT_EQ(dump(pmu_schedule_menu(2, "SN1", *config.schedules, {}, grid())), doc(expected));
+  EXPECT_EQ(dump(pmu_schedule_menu(2, "SN1", *config.schedules, {}, grid())),
+            dump(json_own(json_loads(expected.c_str(), 0, nullptr))));
   const UnitConfig unusable =
       read_config(R"({"schedule": [{"cron": "0 0 * * *", "state": {}}, {"state": {}}]})");
   ASSERT_TRUE(unusable.schedules);
