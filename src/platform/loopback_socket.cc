@@ -1,9 +1,11 @@
 #include "platform/loopback_socket.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -55,6 +57,11 @@ std::optional<LoopbackSocket> LoopbackSocket::connect(int port, Deadline deadlin
       ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0) {
     return std::nullopt;
   }
+  // Connected: from here on the socket blocks, so a reply is awaited by the receive itself
+  // rather than by a poll before it.
+  if (::fcntl(fd, F_SETFL, 0) != 0) {
+    return std::nullopt;
+  }
   return socket;
 }
 
@@ -64,6 +71,7 @@ LoopbackSocket& LoopbackSocket::operator=(LoopbackSocket&& other) noexcept {
       ::close(fd_);
     }
     fd_ = other.fd_;
+    wait_limit_ = other.wait_limit_;
     other.fd_ = -1;
   }
   return *this;
@@ -88,18 +96,45 @@ bool LoopbackSocket::wait_for(short events, Deadline deadline) const {
   }
 }
 
+// A blocking call on the socket lasts at most its time-out (the kernel rounds it up to its
+// clock tick). The time-out is shortened whenever less than it is left until the deadline, and
+// otherwise kept: it is set in whole seconds while more than a second is left, so the next
+// request, whose deadline lies as far ahead, finds it short enough and sets nothing.
+bool LoopbackSocket::bound_waits(Deadline deadline) {
+  using std::chrono::microseconds;
+  using std::chrono::seconds;
+  const auto left = std::chrono::duration_cast<microseconds>(deadline - Clock::now());
+  if (left.count() <= 0) {
+    return false;
+  }
+  if (left >= wait_limit_) {
+    return true;
+  }
+  const microseconds limit =
+      left >= seconds(1) ? microseconds(left / seconds(1) * seconds(1)) : left;
+  // Zero would mean no time-out at all; left is at least a microsecond here.
+  timeval time_out{};
+  time_out.tv_sec = static_cast<time_t>(limit / seconds(1));
+  time_out.tv_usec = static_cast<suseconds_t>((limit % seconds(1)).count());
+  if (::setsockopt(fd_, SOL_SOCKET, SO_RCVTIMEO, &time_out, sizeof time_out) != 0 ||
+      ::setsockopt(fd_, SOL_SOCKET, SO_SNDTIMEO, &time_out, sizeof time_out) != 0) {
+    return false;
+  }
+  wait_limit_ = limit;
+  return true;
+}
+
 bool LoopbackSocket::send_all(std::string_view bytes, Deadline deadline) {
   while (!bytes.empty()) {
+    if (!bound_waits(deadline)) {
+      return false;
+    }
     // MSG_NOSIGNAL: a peer that went away fails the call instead of raising SIGPIPE.
     const ssize_t sent = ::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL);
     if (sent > 0) {
       bytes.remove_prefix(static_cast<std::size_t>(sent));
-    } else if (sent < 0 && errno == EINTR) {
-      continue;
-    } else if (sent < 0 && (errno == EAGAIN || errno == EWOULDBLOCK)) {
-      if (!wait_for(POLLOUT, deadline)) {
-        return false;
-      }
+    } else if (sent < 0 && (errno == EINTR || errno == EAGAIN || errno == EWOULDBLOCK)) {
+      continue;  // a signal, or the time-out: the deadline decides
     } else {
       return false;
     }
@@ -109,11 +144,10 @@ bool LoopbackSocket::send_all(std::string_view bytes, Deadline deadline) {
 
 LoopbackSocket::Received LoopbackSocket::receive(std::string& into, Deadline deadline) {
   char buffer[16384];
-  // The wait comes first: right after a request the reply is seldom there yet.
-  if (!wait_for(POLLIN, deadline)) {
-    return Received::kFailed;
-  }
   while (true) {
+    if (!bound_waits(deadline)) {
+      return Received::kFailed;
+    }
     const ssize_t got = ::recv(fd_, buffer, sizeof buffer, 0);
     if (got > 0) {
       into.append(buffer, static_cast<std::size_t>(got));
@@ -122,10 +156,7 @@ LoopbackSocket::Received LoopbackSocket::receive(std::string& into, Deadline dea
     if (got == 0) {
       return Received::kClosed;
     }
-    if (errno == EINTR) {
-      continue;
-    }
-    if ((errno != EAGAIN && errno != EWOULDBLOCK) || !wait_for(POLLIN, deadline)) {
+    if (errno != EINTR && errno != EAGAIN && errno != EWOULDBLOCK) {
       return Received::kFailed;
     }
   }

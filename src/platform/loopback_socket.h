@@ -1,6 +1,7 @@
 // One TCP connection to a port of the loopback interface, for the local web API when tavio
-// speaks HTTP itself. Every wait is one poll() with the time left until a deadline: no thread,
-// no busy loop, and no call that could block past the deadline (the socket is non-blocking).
+// speaks HTTP itself. No thread and no busy loop: the connection is awaited with poll(), and
+// once connected a send or a receive is one blocking call, bounded by the socket's own
+// time-outs, which never reach past the deadline of the call.
 #ifndef TAVIO_PLATFORM_LOOPBACK_SOCKET_H
 #define TAVIO_PLATFORM_LOOPBACK_SOCKET_H
 
@@ -25,7 +26,9 @@ class LoopbackSocket {
   /// out of range.
   [[nodiscard]] static std::optional<LoopbackSocket> connect(int port, Deadline deadline);
 
-  LoopbackSocket(LoopbackSocket&& other) noexcept : fd_(other.fd_) { other.fd_ = -1; }
+  LoopbackSocket(LoopbackSocket&& other) noexcept : fd_(other.fd_), wait_limit_(other.wait_limit_) {
+    other.fd_ = -1;
+  }
   LoopbackSocket& operator=(LoopbackSocket&& other) noexcept;
   LoopbackSocket(const LoopbackSocket&) = delete;
   LoopbackSocket& operator=(const LoopbackSocket&) = delete;
@@ -51,8 +54,13 @@ class LoopbackSocket {
   explicit LoopbackSocket(int fd) : fd_(fd) {}
   /// Waits for events on the socket until the deadline; false when it passed or poll failed.
   [[nodiscard]] bool wait_for(short events, Deadline deadline) const;
+  /// Makes the socket's time-outs end a blocking call by the deadline; false when it passed
+  /// or they cannot be set.
+  [[nodiscard]] bool bound_waits(Deadline deadline);
 
   int fd_ = -1;
+  /// The socket's send and receive time-out as last set; none at first.
+  std::chrono::microseconds wait_limit_ = std::chrono::microseconds::max();
 };
 
 }  // namespace tavio
