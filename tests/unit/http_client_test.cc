@@ -145,6 +145,11 @@ std::vector<ReplyCase> reply_cases() {
       refused("field without a colon", kOk + "Content-Length 2\r\n\r\nok"),
       refused("carriage return inside a field", kOk + "X: a\rb\r\nContent-Length: 0\r\n\r\n"),
       refused("NUL inside a field", kOk + std::string("X: a\0b\r\n\r\n", 10)),
+      // Past the first eight bytes, where whole words of a line are checked at once.
+      refused("unit separator in a long field", kOk + "X-Filler: 0123456\x1f"
+                                                      "89abcdef\r\n\r\n"),
+      refused("DEL in a long field", kOk + "X-Filler: 0123456\x7f"
+                                           "89abcdef\r\n\r\n"),
       refused("two lengths", kOk + "Content-Length: 2\r\nContent-Length: 3\r\n\r\nok"),
       refused("length not a number", kOk + "Content-Length: 2x\r\n\r\nok"),
       refused("negative length", kOk + "Content-Length: -1\r\n\r\n"),
