@@ -71,6 +71,9 @@ TEST(Utf8Repaired, MaximalInvalidSubpartsBecomeOneReplacementEach) {
     EXPECT_EQ(utf8_well_formed(c.text), c.text == c.repaired);
     EXPECT_EQ(utf8_length(c.text), utf8_length(c.repaired));
   }
+  // A character that starts at the eighth byte, the last of the first eight tested at once.
+  EXPECT_EQ(utf8_length("Network\xC3\xA9"), 8U);
+  EXPECT_FALSE(utf8_well_formed("Network\xC3x"));
 }
 
 // n distinct-looking characters, so a misplaced cut shows in the failure message.
