@@ -4,6 +4,7 @@
 #include <cstring>
 #include <iterator>
 #include <string_view>
+#include <utility>
 
 #include "tavio/json_ref.h"
 
@@ -106,13 +107,15 @@ void put_string(TextSink& out, const char* text, std::size_t length) {
   }
   char* at = out.room(size);
   *at++ = '"';
-  std::size_t run = 0;  // start of the stretch copied as it is
-  for (std::size_t i = 0; i < length && size != length + 2; ++i) {
-    const auto c = static_cast<unsigned char>(text[i]);
-    if (kWritten.of[c] != 1) {
-      std::memcpy(at, text + run, i - run);
-      at = put_escape(at + (i - run), c);
-      run = i + 1;
+  std::size_t run = 0;       // start of the stretch copied as it is
+  if (size != length + 2) {  // something to escape
+    for (std::size_t i = 0; i < length; ++i) {
+      const auto c = static_cast<unsigned char>(text[i]);
+      if (kWritten.of[c] != 1) {
+        std::memcpy(at, text + run, i - run);
+        at = put_escape(at + (i - run), c);
+        run = i + 1;
+      }
     }
   }
   std::memcpy(at, text + run, length - run);
