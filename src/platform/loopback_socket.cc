@@ -1,14 +1,12 @@
 #include "platform/loopback_socket.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 
@@ -18,12 +16,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr int kHighestPort = 65535;
-
-int milliseconds_until(Deadline deadline) {
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
-  // Rounded up, so a wait never ends just before the deadline and spins once more.
-  return left.count() <= 0 ? 0 : static_cast<int>(std::min<long long>(left.count() + 1, 60000));
-}
 
 }  // namespace
 
@@ -35,32 +27,23 @@ std::optional<LoopbackSocket> LoopbackSocket::connect(int port, Deadline deadlin
   if (port <= 0 || port > kHighestPort) {
     return std::nullopt;
   }
-  const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+  const int fd = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (fd < 0) {
     return std::nullopt;
   }
   LoopbackSocket socket(fd);
+  // A blocking connect gives up when the send time-out runs out, so the deadline bounds it as
+  // it bounds every send and receive after it. A signal cannot cut it short: tavio's handlers
+  // end the run.
+  if (!socket.bound_waits(deadline)) {
+    return std::nullopt;
+  }
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(static_cast<std::uint16_t>(port));
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
-    return socket;
-  }
-  if (errno != EINPROGRESS && errno != EINTR) {
-    return std::nullopt;
-  }
-  // The connection completes in the background; its outcome is the socket's pending error.
-  int error = 0;
-  socklen_t size = sizeof error;
-  if (!socket.wait_for(POLLOUT, deadline) ||
-      ::getsockopt(fd, SOL_SOCKET, SO_ERROR, &error, &size) != 0 || error != 0) {
-    return std::nullopt;
-  }
-  // Connected: from here on the socket blocks, so a reply is awaited by the receive itself
-  // rather than by a poll before it.
-  if (::fcntl(fd, F_SETFL, 0) != 0) {
-    return std::nullopt;
+  if (::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    return std::nullopt;  // refused, or not connected in time (EINPROGRESS)
   }
   return socket;
 }
@@ -80,19 +63,6 @@ LoopbackSocket& LoopbackSocket::operator=(LoopbackSocket&& other) noexcept {
 LoopbackSocket::~LoopbackSocket() {
   if (fd_ >= 0) {
     ::close(fd_);
-  }
-}
-
-bool LoopbackSocket::wait_for(short events, Deadline deadline) const {
-  while (true) {
-    pollfd watched{fd_, events, 0};
-    const int ready = ::poll(&watched, 1, milliseconds_until(deadline));
-    if (ready > 0) {
-      return true;  // the event, or an error or hang-up that the next call reports
-    }
-    if (ready == 0 || errno != EINTR || deadline_passed(deadline)) {
-      return false;
-    }
   }
 }
 

@@ -1,7 +1,7 @@
 // One TCP connection to a port of the loopback interface, for the local web API when tavio
-// speaks HTTP itself. No thread and no busy loop: the connection is awaited with poll(), and
-// once connected a send or a receive is one blocking call, bounded by the socket's own
-// time-outs, which never reach past the deadline of the call.
+// speaks HTTP itself. No thread and no busy loop: the connect, each send and each receive is
+// one blocking call, bounded by the socket's own time-outs, which never reach past the
+// deadline of the call.
 #ifndef TAVIO_PLATFORM_LOOPBACK_SOCKET_H
 #define TAVIO_PLATFORM_LOOPBACK_SOCKET_H
 
@@ -52,8 +52,6 @@ class LoopbackSocket {
 
  private:
   explicit LoopbackSocket(int fd) : fd_(fd) {}
-  /// Waits for events on the socket until the deadline; false when it passed or poll failed.
-  [[nodiscard]] bool wait_for(short events, Deadline deadline) const;
   /// Makes the socket's time-outs end a blocking call by the deadline; false when it passed
   /// or they cannot be set.
   [[nodiscard]] bool bound_waits(Deadline deadline);

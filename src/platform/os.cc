@@ -155,12 +155,15 @@ bool write_all(int fd, std::string_view text) {
 }
 
 // Gives the written unnamed file (O_TMPFILE) the name temp through its descriptor: until
-// this moment a kill leaves nothing behind. The descriptor's entry in /proc serves any user;
-// without /proc, the descriptor itself serves a user allowed to read any file (root).
+// this moment a kill leaves nothing behind. The descriptor itself serves a user allowed to
+// read any file (root, as tavio runs on the router) without a walk through /proc; the
+// descriptor's entry in /proc serves any other user.
 bool link_unnamed(int fd, const std::string& temp) {
+  if (::linkat(fd, "", AT_FDCWD, temp.c_str(), AT_EMPTY_PATH) == 0) {
+    return true;
+  }
   const std::string self = "/proc/self/fd/" + std::to_string(fd);
-  return ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, temp.c_str(), AT_SYMLINK_FOLLOW) == 0 ||
-         ::linkat(fd, "", AT_FDCWD, temp.c_str(), AT_EMPTY_PATH) == 0;
+  return ::linkat(AT_FDCWD, self.c_str(), AT_FDCWD, temp.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
 }  // namespace
