@@ -225,10 +225,14 @@ std::optional<std::string> read_file_limited(const HostPath& path, std::size_t m
     ::close(fd);
     return std::nullopt;
   }
+  // Read until the size the file had when it was opened, or to its end where the size says
+  // nothing (a file of /proc or /sys counts 0 or a page): a file that is all read ends there,
+  // without one more read to find its end.
+  const auto size = static_cast<std::size_t>(info.st_size);
   std::string text;
   char buffer[4096];
   ssize_t n = 0;
-  while ((n = ::read(fd, buffer, sizeof buffer)) != 0) {
+  while ((size == 0 || text.size() != size) && (n = ::read(fd, buffer, sizeof buffer)) != 0) {
     if (n < 0 && errno == EINTR) {
       continue;
     }
