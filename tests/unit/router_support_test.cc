@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/os.h"
 #include "status/lan_ha_status.h"
 #include "support.h"
 
@@ -60,6 +61,9 @@ TEST_F(TaglistTest, ReadsEntries) {
       EXPECT_STREQ(get_taglist_default_ex(tags.get(), "<none>", "%s", key), "<none>") << key;
     }
   }
+  // Files are read to the size they had when opened; one of /proc counts none and is read
+  // to its end.
+  EXPECT_NE(read_file_limited(HostPath::as_given("/proc/self/status"), 1 << 16).value_or(""), "");
 }
 
 // A save keeps the file's permissions (that a reader sees the old file or the new one whole is
