@@ -1,6 +1,7 @@
 #include "harness.h"
 
 #include <dlfcn.h>
+#include <signal.h>
 #include <stdlib.h>
 #include <sys/types.h>
 #include <unistd.h>
@@ -151,9 +152,29 @@ void serve_detach(const std::vector<tavio::Command>& steps) {
   }
 }
 
+// libFuzzer's time-out alarm interrupts system calls (its handler does not ask for them to be
+// restarted), and a file copy interrupted throws. Held back while the root is made again, the
+// alarm arrives once it is made.
+class AlarmHeldBack {
+ public:
+  AlarmHeldBack() {
+    sigset_t alarm;
+    sigemptyset(&alarm);
+    sigaddset(&alarm, SIGALRM);
+    pthread_sigmask(SIG_BLOCK, &alarm, &before_);
+  }
+  ~AlarmHeldBack() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+  AlarmHeldBack(const AlarmHeldBack&) = delete;
+  AlarmHeldBack& operator=(const AlarmHeldBack&) = delete;
+
+ private:
+  sigset_t before_{};
+};
+
 // The example router's files without its recorded replies (here the input answers), and an
 // empty run directory.
 void reset_root() {
+  const AlarmHeldBack held;
   fs::remove_all(g_root);
   fs::create_directories(g_root + tavio::kRunDirectory);
   for (const fs::directory_entry& entry : fs::directory_iterator(TAVIO_FUZZ_ROUTER_DIR)) {
